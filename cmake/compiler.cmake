@@ -1,0 +1,21 @@
+# One set of compiler rules for everything in the project.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # GCC 12, when optimising, sees overlapping copies in std::string's own operator+ (GCC bug 105651).
+  add_compile_options($<$<NOT:$<CONFIG:Debug>>:-Wno-restrict>)
+endif()
+
+if(POSTKITE_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+find_program(POSTKITE_CCACHE ccache)
+if(POSTKITE_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${POSTKITE_CCACHE})
+endif()

@@ -1,0 +1,90 @@
+#include "app/program.h"
+
+#include <cerrno>
+#include <string>
+
+#include "core/error_text.h"
+#include "core/shift_jis.h"
+
+namespace postkite::app {
+
+using namespace core::literals;
+
+Program::Program(core::Workspace& workspace, core::UserInterface& ui) : workspace_(&workspace), ui_(&ui) {
+}
+
+void Program::Start() {
+    loaded_ = core::LoadSettings(*workspace_, settings_, environments_, core::ToolBarStyle::Plain);
+}
+
+bool Program::WasReadOrMissing(std::string_view file, int result) {
+    if (result == 0 || result == -ENOENT) return true;
+    const std::string reason = core::DescribeError(result, ui_->language());
+    const std::string name(file);
+    ui_->ShowMessage(core::kProductName,
+                     ui_->language() == core::Language::Japanese
+                         ? name + std::string(" を読み込めないため、変更を中止しました。（"_sjis) + reason +
+                               std::string("）"_sjis)
+                         : name + " cannot be read, so nothing was changed: " + reason + ".",
+                     core::MessageIcon::Stop);
+    return false;
+}
+
+int Program::PrepareChange() {
+    if (loaded_.settings == -ENOENT) {
+        loaded_.environments = core::LoadEnvironments(*workspace_, environments_, settings_);
+        loaded_.hostEntries = core::LoadHostEntries(*workspace_, environments_.hostEntries);
+    }
+    const bool safe = WasReadOrMissing(core::kSettingsFileRead, loaded_.settings) &&
+                      WasReadOrMissing(core::kEnvironmentsFile, loaded_.environments) &&
+                      WasReadOrMissing(core::kHostEntriesFile, loaded_.hostEntries);
+    if (loaded_.environments == -ENOENT) core::FillActiveEnvironment(environments_, settings_);
+    return safe ? 0 : -1;
+}
+
+int Program::SaveSettings() {
+    const core::SaveOutcome outcome = core::SaveSettings(*workspace_, settings_, nullptr);
+    core::ReportSave(*ui_, core::kSettingsFileWritten, outcome);
+    return outcome.result < 0 ? -1 : 0;
+}
+
+int Program::SaveEnvironments() {
+    const core::SaveOutcome outcome = core::SaveEnvironments(*workspace_, environments_, settings_);
+    core::ReportSave(*ui_, core::kEnvironmentsFile, outcome);
+    if (outcome.result < 0) return -1;
+    loaded_.environments = 0;
+    return 0;
+}
+
+int Program::SwitchEnvironment(int number) {
+    core::HostSwitch hostSwitch(*workspace_, settings_, environments_, *ui_, *this);
+    const int result = hostSwitch.SwitchEnvironment(number);
+    if (result == 0) loaded_.environments = 0;
+    return result;
+}
+
+core::Environment* Program::ActiveEnvironment() {
+    const std::int32_t number = settings_.currentId;
+    if (loaded_.environments < 0 || number < 0) return nullptr;
+    const auto slot = static_cast<std::size_t>(number);
+    return slot < core::kEnvironmentCount ? &environments_.entries[slot] : nullptr;
+}
+
+bool Program::SessionRunning() const {
+    return false;
+}
+
+bool Program::MainWindowBusy() const {
+    return false;
+}
+
+int Program::SwitchBank(int number) {
+    settings_.nowBoxNo = number;
+    return 0;
+}
+
+// The windows, where there are any, draw what the settings say when they are redrawn.
+void Program::SetEnvironmentChooser(int) {
+}
+
+}  // namespace postkite::app

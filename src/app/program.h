@@ -1,0 +1,57 @@
+#pragma once
+
+#include "core/environments.h"
+#include "core/settings.h"
+#include "core/settings_file.h"
+#include "core/user_interface.h"
+#include "core/workspace.h"
+
+namespace postkite::app {
+
+/// The one object that owns the program's state; front ends hold one and call it. Borrows the working
+/// directory and the user interface. Operations that fail have told the user why when they return -1.
+class Program final : private core::HostSwitchPartners {
+  public:
+    Program(core::Workspace& workspace, core::UserInterface& ui);
+
+    /// Start-up: reads the settings, the environments and the host entries. What cannot be read keeps its
+    /// defaults, without a word.
+    void Start();
+
+    /// To be called between `Start` and the first change. Refuses where a file is there but could not be
+    /// read, since saving would put defaults in its place. Where there are environments but no settings,
+    /// which start-up passes over, reads the environments, so that they are not lost.
+    [[nodiscard]] int PrepareChange();
+
+    /// Writes the settings back.
+    [[nodiscard]] int SaveSettings();
+
+    /// Writes the environments back; the active one's values enter the settings.
+    [[nodiscard]] int SaveEnvironments();
+
+    /// Makes environment `number`, 0 to 9, the active one.
+    [[nodiscard]] int SwitchEnvironment(int number);
+
+    /// The environment whose values stand in the settings and are put there again at the next start; nullptr
+    /// where there is no environments file, and so none that would be.
+    [[nodiscard]] core::Environment* ActiveEnvironment();
+
+    [[nodiscard]] core::Settings& settings() { return settings_; }
+    [[nodiscard]] core::Environments& environments() { return environments_; }
+
+  private:
+    [[nodiscard]] bool SessionRunning() const override;
+    [[nodiscard]] bool MainWindowBusy() const override;
+    [[nodiscard]] int SwitchBank(int number) override;
+    void SetEnvironmentChooser(int number) override;
+
+    [[nodiscard]] bool WasReadOrMissing(std::string_view file, int result);
+
+    core::Workspace* workspace_;
+    core::UserInterface* ui_;
+    core::Settings settings_;
+    core::Environments environments_;
+    core::LoadOutcome loaded_;
+};
+
+}  // namespace postkite::app

@@ -1,0 +1,128 @@
+#include "cli/command_context.h"
+
+#include <cerrno>
+#include <nlohmann/json.hpp>
+#include <ostream>
+
+#include "cli/application.h"
+#include "core/error_text.h"
+#include "core/positional_file.h"
+#include "core/shift_jis.h"
+
+namespace postkite::cli {
+
+Session::Session(core::FileSystem& fileSystem, const std::filesystem::path& directory, Console& console,
+                 core::Language language, bool yes)
+    : workspace(fileSystem, directory), ui(console, language, yes), program(workspace, ui) {
+}
+
+CommandContext::CommandContext(core::FileSystem& fileSystem, Console& console)
+    : fileSystem_(&fileSystem), console_(&console), language_(LanguageOf(console)) {
+}
+
+std::optional<std::filesystem::path> CommandContext::WorkingDirectory() const {
+    if (!directory.empty()) return directory;
+    if (const auto set = console_->variable("POSTKITE_DIR")) return *set;
+    // Whoever defines XDG_DATA_HOME says that a relative path there counts as none.
+    const auto data = console_->variable("XDG_DATA_HOME");
+    if (data && std::filesystem::path(*data).is_absolute()) return std::filesystem::path(*data) / "postkite";
+    if (const auto home = console_->variable("HOME")) {
+        return std::filesystem::path(*home) / ".local" / "share" / "postkite";
+    }
+    return std::nullopt;
+}
+
+std::unique_ptr<Session> CommandContext::OpenDirectory() {
+    const auto path = WorkingDirectory();
+    if (!path) {
+        static_cast<void>(Refuse({"作業ディレクトリが決まりません。--dir で指定してください。",
+                                  "There is no working directory; name one with --dir."}));
+        return nullptr;
+    }
+    auto session = std::make_unique<Session>(*fileSystem_, *path, *console_, language_, yes);
+    const int prepared = session->workspace.Prepare();
+    core::EntryKind kind{};
+    const int inspected = fileSystem_->Inspect(*path, kind);
+    // Where the directory is there but nothing can be made in it, it can still be read.
+    if (inspected < 0 || kind != core::EntryKind::Directory) {
+        const int reason = inspected < 0 ? inspected : prepared < 0 ? prepared : -ENOTDIR;
+        static_cast<void>(Refuse(
+            {"作業ディレクトリ {} を使用できません。（{}）", "The working directory {} cannot be used: {}."},
+            path->string(), Utf8Bytes(core::DescribeError(reason, language_))));
+        return nullptr;
+    }
+    return session;
+}
+
+std::unique_ptr<Session> CommandContext::Open() {
+    auto session = OpenDirectory();
+    if (session != nullptr) session->program.Start();
+    return session;
+}
+
+std::unique_ptr<Session> CommandContext::OpenForChange(core::WorkspaceLock& lock) {
+    auto session = OpenDirectory();
+    if (session == nullptr) return nullptr;
+    int locked = session->workspace.Lock(false, lock);
+    if (locked == -EWOULDBLOCK) {
+        Remark(
+            {"ほかの Postkite の処理が終わるのを待っています…", "Waiting for another Postkite to finish..."});
+        locked = session->workspace.Lock(true, lock);
+    }
+    if (locked < 0) {
+        static_cast<void>(Refuse(
+            {"作業ディレクトリをロックできません。（{}）", "The working directory cannot be locked: {}."},
+            Utf8Bytes(core::DescribeError(locked, language_))));
+        return nullptr;
+    }
+    session->program.Start();
+    if (session->program.PrepareChange() < 0) return nullptr;
+    return session;
+}
+
+int CommandContext::Print(std::string_view text) {
+    console_->out << text << std::flush;
+    if (console_->out) return kDone;
+    return Refuse({"出力に書き込めません。", "Standard output cannot be written."});
+}
+
+int CommandContext::PrintJson(const nlohmann::ordered_json& document) {
+    constexpr int kIndent = 2;
+    return Print(document.dump(kIndent) + "\n");
+}
+
+void CommandContext::Say(std::string_view text) {
+    console_->err << core::kProductName << ": " << text << '\n';
+}
+
+int CommandContext::RefuseWith(std::string_view text) {
+    Say(text);
+    return kRefused;
+}
+
+std::optional<std::string> CommandContext::LineValue(std::string_view what, std::string_view typed,
+                                                     std::size_t longest) {
+    std::string refused;
+    auto value = Typed(typed, &refused);
+    if (!value) {
+        static_cast<void>(Refuse({"{} の値に Shift-JIS で表せない文字「{}」があります。",
+                                  "The value of {} holds \"{}\", which Shift-JIS has no code for."},
+                                 what, refused));
+        return std::nullopt;
+    }
+    if (!core::FitsInLine(*value)) {
+        static_cast<void>(Refuse({"{} の値に改行やゼロバイトは使えません。",
+                                  "The value of {} can hold no line end and no zero byte."},
+                                 what));
+        return std::nullopt;
+    }
+    if (value->size() > longest) {
+        static_cast<void>(Refuse({"{} の値が長すぎます。（{} バイト、{} バイトまで）",
+                                  "The value of {} is too long: {} bytes, at most {}."},
+                                 what, std::to_string(value->size()), std::to_string(longest)));
+        return std::nullopt;
+    }
+    return value;
+}
+
+}  // namespace postkite::cli

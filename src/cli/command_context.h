@@ -1,0 +1,96 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "app/program.h"
+#include "cli/console.h"
+#include "cli/language.h"
+#include "cli/terminal_user_interface.h"
+#include "core/file_system.h"
+#include "core/workspace.h"
+
+namespace CLI {
+class App;
+}
+
+namespace postkite::cli {
+
+/// A working directory and the program started in it, for the length of one command.
+struct Session {
+    Session(core::FileSystem& fileSystem, const std::filesystem::path& directory, Console& console,
+            core::Language language, bool yes);
+
+    core::Workspace workspace;
+    TerminalUserInterface ui;
+    app::Program program;
+};
+
+/// What the command line said for every command, and what commands need to do their work. A command's file
+/// registers it with the parser and sets `run` when the parser meets it.
+class CommandContext {
+  public:
+    CommandContext(core::FileSystem& fileSystem, Console& console);
+
+    // Set by the parser.
+    std::string directory;  ///< --dir; empty when not given
+    bool json = false;
+    bool yes = false;
+
+    /// The work of the command that was met, returning the exit status.
+    std::function<int()> run;
+
+    /// What can follow the words already typed behind a command, for the shell's completion; UTF-8.
+    using Completer = std::function<std::vector<std::string>(const std::vector<std::string>& words)>;
+    std::map<const CLI::App*, Completer> completers;
+
+    [[nodiscard]] core::Language language() const { return language_; }
+
+    /// Opens the working directory, made when missing, and starts the program in it. nullptr when that fails;
+    /// the user knows why.
+    [[nodiscard]] std::unique_ptr<Session> Open();
+
+    /// As `Open`, with the working directory kept for changes until `lock` goes, and the program ready for
+    /// them.
+    [[nodiscard]] std::unique_ptr<Session> OpenForChange(core::WorkspaceLock& lock);
+
+    /// Writes to standard output. Returns the exit status.
+    [[nodiscard]] int Print(std::string_view text);
+    [[nodiscard]] int PrintJson(const nlohmann::ordered_json& document);
+
+    /// Says on standard error why the command is refused. Returns the exit status.
+    template <typename... Values>
+    [[nodiscard]] int Refuse(const Bilingual& text, const Values&... values) {
+        return RefuseWith(text.In(language_, {values...}));
+    }
+
+    /// Says something beside the result.
+    template <typename... Values>
+    void Remark(const Bilingual& text, const Values&... values) {
+        Say(text.In(language_, {values...}));
+    }
+
+    /// What was typed as a value for a line of a positional file of at most `longest` bytes, in code page
+    /// 932. Nothing when the file cannot hold it; the user knows why. `what` names the value, UTF-8.
+    [[nodiscard]] std::optional<std::string> LineValue(std::string_view what, std::string_view typed,
+                                                       std::size_t longest);
+
+  private:
+    void Say(std::string_view text);
+    [[nodiscard]] int RefuseWith(std::string_view text);
+    [[nodiscard]] std::optional<std::filesystem::path> WorkingDirectory() const;
+    [[nodiscard]] std::unique_ptr<Session> OpenDirectory();
+
+    core::FileSystem* fileSystem_;
+    Console* console_;
+    core::Language language_;
+};
+
+}  // namespace postkite::cli

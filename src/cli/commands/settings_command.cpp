@@ -1,0 +1,227 @@
+#include "cli/commands/settings_command.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <nlohmann/json.hpp>
+
+#include "cli/application.h"
+#include "core/letter_case.h"
+#include "core/settings_table.h"
+
+namespace postkite::cli {
+
+namespace {
+
+using core::SettingLine;
+using Kind = SettingLine::Kind;
+
+constexpr std::string_view kHiddenPassword = "********";
+
+std::string ValueText(const SettingLine& line, core::Settings& settings) {
+    return line.kind == Kind::Integer ? std::to_string(line.integer(settings)) : line.text(settings);
+}
+
+std::string ListedValue(const SettingLine& line, core::Settings& settings, bool showPasswords) {
+    const bool secret = line.kind == Kind::Secret ||
+                        (line.kind == Kind::Text && &line.text(settings) == &settings.provisionalPassword);
+    std::string value = ValueText(line, settings);
+    return secret && !showPasswords && !value.empty() ? std::string(kHiddenPassword) : value;
+}
+
+int List(CommandContext& context, bool showPasswords) {
+    const auto session = context.Open();
+    if (session == nullptr) return kRefused;
+    core::Settings& settings = session->program.settings();
+    nlohmann::ordered_json document = nlohmann::ordered_json::array();
+    std::string text;
+    for (int number = 1; const SettingLine& line : core::SettingLines()) {
+        const std::string value = ListedValue(line, settings, showPasswords);
+        if (context.json) {
+            nlohmann::ordered_json entry = {{"number", number}, {"key", Utf8Bytes(line.key)}};
+            if (line.kind == Kind::Integer) {
+                entry["value"] = line.integer(settings);
+            } else {
+                entry["value"] = Utf8Bytes(value);
+            }
+            document.push_back(std::move(entry));
+        } else {
+            const std::string digits = std::to_string(number);
+            text += std::string(3 - digits.size(), ' ') + digits + "  " + Printable(line.key) + "=" +
+                    Printable(value) + "\n";
+        }
+        ++number;
+    }
+    return context.json ? context.PrintJson(document) : context.Print(text);
+}
+
+/// The line that `key` means: a number of a line, or a key that only one line has, whatever its letter case.
+/// nullptr when there is none; the user knows why.
+const SettingLine* FindLine(CommandContext& context, const std::string& key) {
+    const auto lines = core::SettingLines();
+    const bool isNumber = !key.empty() && key.find_first_not_of("0123456789") == std::string::npos;
+    if (isNumber) {
+        std::size_t number = 0;
+        std::from_chars(key.data(), key.data() + key.size(), number);
+        if (number >= 1 && number <= lines.size()) return &lines[number - 1];
+    }
+    const std::string wanted = Typed(key).value_or(std::string());
+    std::string numbers;
+    const SettingLine* found = nullptr;
+    std::size_t count = 0;
+    for (const SettingLine& line : lines) {
+        if (!core::EqualIgnoringCase(line.key, wanted)) continue;
+        found = &line;
+        ++count;
+        numbers += (numbers.empty() ? "" : ", ") + std::to_string(&line - lines.data() + 1);
+    }
+    if (count == 1) return found;
+    if (count == 0) {
+        static_cast<void>(context.Refuse({"設定 {} はありません。一覧は postkite settings で表示します。",
+                                          "There is no setting {}; \"postkite settings\" lists them all."},
+                                         key));
+    } else {
+        static_cast<void>(context.Refuse({"{} という設定は {} 個あります。行番号で指定してください。（{}）",
+                                          "{} is the key of {} settings; name one by its line number ({})."},
+                                         key, std::to_string(count), numbers));
+    }
+    return nullptr;
+}
+
+int Get(CommandContext& context, const std::string& key) {
+    const SettingLine* line = FindLine(context, key);
+    if (line == nullptr) return kRefused;
+    const auto session = context.Open();
+    if (session == nullptr) return kRefused;
+    core::Settings& settings = session->program.settings();
+    if (!context.json) return context.Print(Printable(ValueText(*line, settings)) + "\n");
+    nlohmann::ordered_json entry = {{"number", line - core::SettingLines().data() + 1},
+                                    {"key", Utf8Bytes(line->key)}};
+    if (line->kind == Kind::Integer) {
+        entry["value"] = line->integer(settings);
+    } else {
+        entry["value"] = Utf8Bytes(line->text(settings));
+    }
+    return context.PrintJson(entry);
+}
+
+std::optional<std::int32_t> IntegerValue(CommandContext& context, const std::string& key,
+                                         const std::string& typed) {
+    std::int32_t value = 0;
+    const char* end = typed.data() + typed.size();
+    const auto [rest, error] = std::from_chars(typed.data(), end, value);
+    if (error == std::errc() && rest == end) return value;
+    static_cast<void>(context.Refuse({"{} の値は {} から {} までの整数で指定してください。",
+                                      "The value of {} must be a whole number from {} to {}."},
+                                     key, std::to_string(std::numeric_limits<std::int32_t>::min()),
+                                     std::to_string(std::numeric_limits<std::int32_t>::max())));
+    return std::nullopt;
+}
+
+/// The text of the active environment that start-up puts over this setting, or nullptr. While there is an
+/// environments file a change has to reach both.
+const core::RecordField<core::Environment>* FieldOver(const SettingLine& line, core::Settings& settings) {
+    if (line.kind == Kind::Integer) return nullptr;
+    for (const auto& field : core::EnvironmentFields()) {
+        const auto copiedTo = core::SettingOfEnvironmentField(field.member);
+        if (copiedTo != nullptr && &(settings.*copiedTo) == &line.text(settings)) return &field;
+    }
+    return nullptr;
+}
+
+/// Sets the value in the open program. Returns the exit status.
+int Change(CommandContext& context, Session& session, const SettingLine& line, const std::string& key,
+           const std::string& typed, bool& environmentsChanged) {
+    core::Settings& settings = session.program.settings();
+    if (line.kind == Kind::Integer) {
+        const auto value = IntegerValue(context, key, typed);
+        if (!value) return kRefused;
+        line.integer(settings) = *value;
+        if (line.correct != nullptr) line.correct(settings);
+        if (line.integer(settings) != *value) {
+            context.Remark({"{} の値は {} に補正されます。", "The value of {} is corrected to {}."}, key,
+                           std::to_string(line.integer(settings)));
+        }
+        return kDone;
+    }
+    core::Environment* active = session.program.ActiveEnvironment();
+    const auto* field = active == nullptr ? nullptr : FieldOver(line, settings);
+    const std::size_t longest =
+        field == nullptr ? line.longestText : std::min(line.longestText, field->longest);
+    const auto value = context.LineValue(key, typed, longest);
+    if (!value) return kRefused;
+    line.text(settings) = *value;
+    if (line.correct != nullptr) line.correct(settings);
+    if (line.text(settings) != *value) {
+        context.Remark({"{} の値は {} に補正されます。", "The value of {} is corrected to {}."}, key,
+                       Printable(line.text(settings)));
+    }
+    if (field != nullptr) {
+        active->*field->member = *value;
+        environmentsChanged = true;
+        context.Remark({"{} は接続環境 {} の値です。接続環境も変更しました。",
+                        "{} belongs to environment {}, which was changed too."},
+                       key, std::to_string(settings.currentId));
+    }
+    return kDone;
+}
+
+int Set(CommandContext& context, const std::string& key, const std::string& typed) {
+    const SettingLine* line = FindLine(context, key);
+    if (line == nullptr) return kRefused;
+    core::WorkspaceLock lock;
+    const auto session = context.OpenForChange(lock);
+    if (session == nullptr) return kRefused;
+    bool environmentsChanged = false;
+    const int changed = Change(context, *session, *line, key, typed, environmentsChanged);
+    if (changed != kDone) return changed;
+    if (environmentsChanged && session->program.SaveEnvironments() < 0) return kRefused;
+    return session->program.SaveSettings() < 0 ? kRefused : kDone;
+}
+
+std::vector<std::string> CompleteKey(const std::vector<std::string>& words) {
+    std::vector<std::string> keys;
+    if (!words.empty()) return keys;
+    for (const SettingLine& line : core::SettingLines()) {
+        keys.push_back(Utf8Bytes(line.key));
+    }
+    return keys;
+}
+
+}  // namespace
+
+void AddSettingsCommand(CLI::App& application, CommandContext& context) {
+    const auto say = [&context](const Bilingual& text) { return text.In(context.language()); };
+    const Bilingual aboutKey = {"設定のキーまたは行番号", "the setting's key or line number"};
+
+    CLI::App* settings = application.add_subcommand(
+        "settings", say({"設定の一覧・表示・変更", "List, print or change settings"}));
+    settings->require_subcommand(0, 1);
+    auto showPasswords = std::make_shared<bool>(false);
+    settings->add_flag("--show-passwords", *showPasswords,
+                       say({"パスワードを隠さず表示する", "Print passwords as they are"}));
+    settings->callback([settings, &context, showPasswords] {
+        if (settings->get_subcommands().empty()) {
+            context.run = [&context, showPasswords] { return List(context, *showPasswords); };
+        }
+    });
+
+    auto key = std::make_shared<std::string>();
+    auto value = std::make_shared<std::string>();
+    CLI::App* get = settings->add_subcommand("get", say({"値を表示する", "Print a value"}));
+    get->add_option("KEY", *key, say(aboutKey))->required()->type_name("");
+    get->callback([&context, key] { context.run = [&context, key] { return Get(context, *key); }; });
+    context.completers[get] = CompleteKey;
+
+    CLI::App* set = settings->add_subcommand(
+        "set", say({"値を変更して保存する（- で始まる値の前には -- を置く）",
+                    "Change a value and save (put -- before a value that begins with -)"}));
+    set->add_option("KEY", *key, say(aboutKey))->required()->type_name("");
+    set->add_option("VALUE", *value, say({"新しい値", "the new value"}))->required()->type_name("");
+    set->callback([&context, key, value] {
+        context.run = [&context, key, value] { return Set(context, *key, *value); };
+    });
+    context.completers[set] = CompleteKey;
+}
+
+}  // namespace postkite::cli

@@ -1,0 +1,122 @@
+#include "cli/terminal_user_interface.h"
+
+#include <algorithm>
+#include <istream>
+#include <ostream>
+
+#include "cli/language.h"
+#include "core/shift_jis.h"
+
+namespace postkite::cli {
+
+namespace {
+
+/// A message of several lines as one line.
+std::string OneLine(std::string_view text) {
+    std::string line;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = core::CharacterLength(text, at);
+        const char byte = text[at];
+        if (length == 1 && (byte == '\r' || byte == '\n')) {
+            if (!line.empty() && line.back() != ' ') line += ' ';
+        } else {
+            line += text.substr(at, length);
+        }
+        at += length;
+    }
+    return line;
+}
+
+constexpr std::size_t kBarColumns = 20;
+
+std::string DrawBar(std::uint64_t position, std::uint64_t total) {
+    const std::uint64_t reached = std::min(position, total);
+    const double share = static_cast<double>(reached) / static_cast<double>(total);
+    const auto filled = static_cast<std::size_t>(share * static_cast<double>(kBarColumns));
+    const auto percent = static_cast<int>(share * 100);
+    return "[" + std::string(filled, '#') + std::string(kBarColumns - filled, '.') + "] " +
+           std::to_string(percent) + "%";
+}
+
+}  // namespace
+
+TerminalUserInterface::TerminalUserInterface(Console& console, core::Language language, bool yes)
+    : console_(&console), language_(language), yes_(yes) {
+}
+
+TerminalUserInterface::~TerminalUserInterface() {
+    ClearStatusLine();
+}
+
+void TerminalUserInterface::ShowMessage(std::string_view caption, std::string_view text, core::MessageIcon) {
+    ClearStatusLine();
+    console_->err << Printable(caption) << ": " << Printable(OneLine(text)) << '\n';
+    DrawStatusLine();
+}
+
+bool TerminalUserInterface::AskQuestion(std::string_view caption, std::string_view text) {
+    ClearStatusLine();
+    console_->err << Printable(caption) << ": " << Printable(OneLine(text)) << " [y/N] " << std::flush;
+    bool agreed = yes_;
+    if (yes_) {
+        console_->err << "y\n";
+    } else if (!console_->inIsTerminal) {
+        const Bilingual refused = {"（端末がないため中止します。--yes で続行します）",
+                                   "(refused: no terminal to answer on; --yes goes on)"};
+        console_->err << refused.In(language_) << '\n';
+    } else {
+        std::string answer;
+        std::getline(console_->in, answer);
+        agreed = answer == "y" || answer == "Y" || answer == "yes";
+    }
+    DrawStatusLine();
+    return agreed;
+}
+
+void TerminalUserInterface::SetStatusText(std::string_view text) {
+    statusText_ = text;
+    DrawStatusLine();
+}
+
+void TerminalUserInterface::SetProgress(std::uint64_t position, std::uint64_t total) {
+    bar_ = total == 0 ? std::string() : DrawBar(position, total);
+    DrawStatusLine();
+}
+
+void TerminalUserInterface::DrawStatusLine() {
+    if (!console_->errIsTerminal) return;
+    // A text takes as many columns as it has bytes: two for a double-byte character, one for any other.
+    constexpr std::size_t kTextColumns = 48;
+    std::string line = bar_;
+    if (!statusText_.empty()) {
+        if (!line.empty()) line += ' ';
+        line += Printable(core::CutToBytes(statusText_, kTextColumns));
+    }
+    if (line == drawn_) return;
+    ClearStatusLine();
+    console_->err << line << std::flush;
+    drawn_ = line;
+}
+
+void TerminalUserInterface::ClearStatusLine() {
+    if (drawn_.empty()) return;
+    console_->err << "\r\x1B[K" << std::flush;
+    drawn_.clear();
+}
+
+// A terminal is no place for music: whoever wants the sounds has the desktop.
+void TerminalUserInterface::PlaySoundFile(std::string_view) {
+}
+
+void TerminalUserInterface::AppendMonitorText(std::string_view text) {
+    ClearStatusLine();
+    console_->err << Printable(text, LineEnds::Kept) << std::flush;
+}
+
+// There are no windows: nothing waits and nothing is drawn.
+void TerminalUserInterface::PumpMessages() {
+}
+void TerminalUserInterface::RedrawMainWindow() {
+}
+
+}  // namespace postkite::cli

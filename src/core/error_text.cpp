@@ -1,0 +1,45 @@
+#include "core/error_text.h"
+
+#include <cerrno>
+#include <string_view>
+#include <system_error>
+
+#include "core/shift_jis.h"
+
+namespace postkite::core {
+
+namespace {
+
+struct Phrase {
+    int code;
+    std::string_view japanese;
+    std::string_view english;
+};
+
+constexpr Phrase kPhrases[] = {
+    {-ENOENT, "ファイルがありません"_sjis, "there is no such file"},
+    {-EACCES, "アクセス権がありません"_sjis, "permission denied"},
+    {-EPERM, "アクセス権がありません"_sjis, "permission denied"},
+    {-EROFS, "書き込みできないディスクです"_sjis, "the disk is read-only"},
+    {-ENOSPC, "ディスクの空き容量が足りません"_sjis, "the disk is full"},
+    {-EDQUOT, "ディスクの割り当て容量を超えました"_sjis, "the disk quota is exceeded"},
+    {-EISDIR, "ファイルではなくディレクトリです"_sjis, "it is a directory, not a file"},
+    {-ENOTDIR, "ディレクトリではありません"_sjis, "it is not a directory"},
+    {-EEXIST, "同じ名前のファイルがあります"_sjis, "the name is taken"},
+    {-EINVAL, "使用できない名前または種類のファイルです"_sjis, "its name or kind cannot be used"},
+    {-ENAMETOOLONG, "名前が長すぎます"_sjis, "the name is too long"},
+    {-EIO, "ディスクの読み書きに失敗しました"_sjis, "the disk failed"},
+};
+
+}  // namespace
+
+std::string DescribeError(int code, Language language) {
+    for (const Phrase& phrase : kPhrases) {
+        if (phrase.code == code) {
+            return std::string(language == Language::Japanese ? phrase.japanese : phrase.english);
+        }
+    }
+    return std::generic_category().message(-code);
+}
+
+}  // namespace postkite::core

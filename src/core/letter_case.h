@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string_view>
+
+namespace postkite::core {
+
+/// Whether two code page 932 texts are equal but for the case of their letters, as the names of files and
+/// folders are compared: Latin letters of either width, Greek and Cyrillic ones.
+[[nodiscard]] bool EqualIgnoringCase(std::string_view left, std::string_view right) noexcept;
+
+}  // namespace postkite::core

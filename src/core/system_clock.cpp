@@ -1,0 +1,21 @@
+#include "core/system_clock.h"
+
+#include <ctime>
+
+namespace postkite::core {
+
+LocalTime SystemClock::Now() const {
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec};
+}
+
+std::chrono::milliseconds SystemClock::TickCount() const {
+    timespec sinceStart{};
+    clock_gettime(CLOCK_BOOTTIME, &sinceStart);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::seconds(sinceStart.tv_sec) + std::chrono::nanoseconds(sinceStart.tv_nsec));
+}
+
+}  // namespace postkite::core

@@ -1,0 +1,57 @@
+#include "core/time_stamp.h"
+
+#include <array>
+#include <cstdio>
+
+#include "core/shift_jis.h"
+
+namespace postkite::core {
+
+namespace {
+
+template <typename... Values>
+std::string Format(const char* format, Values... values) {
+    std::array<char, 64> text{};
+    const int length = std::snprintf(text.data(), text.size(), format, values...);
+    return {text.data(), static_cast<std::size_t>(length)};
+}
+
+int TwoDigitYear(const LocalTime& time) {
+    return time.year % 100;
+}
+
+}  // namespace
+
+std::string FormatNowDate(const Clock& clock) {
+    const LocalTime now = clock.Now();
+    return Format("%02d/%02d/%02d %02d:%02d", TwoDigitYear(now), now.month, now.day, now.hour, now.minute);
+}
+
+std::string FormatNowDay(const Clock& clock) {
+    const LocalTime now = clock.Now();
+    return Format("%02d/%02d", now.month, now.day);
+}
+
+std::string FormatNowStamp(const Clock& clock) {
+    const LocalTime now = clock.Now();
+    return Format("%02d%02d%02d%02d%02d%02d", TwoDigitYear(now), now.month, now.day, now.hour, now.minute,
+                  now.second);
+}
+
+std::string IdentifierMaker::MakeMailKey() {
+    constexpr unsigned kLastSerial = 999;
+    if (mailSerial_ > kLastSerial) mailSerial_ = 0;
+    // The tick count is a 32-bit one and "%d" prints it signed: after 25 days of running it is negative.
+    const auto ticks = static_cast<std::int32_t>(static_cast<std::uint32_t>(clock_->TickCount().count()));
+    return FormatNowStamp(*clock_) + Format("-%d-%u", ticks, mailSerial_++);
+}
+
+std::string IdentifierMaker::MakeMessageId(std::string_view userId) {
+    ++messageCounter_;
+    const std::size_t at = FindCharacter(userId, '@');
+    const std::string_view domain = at == std::string_view::npos ? userId : userId.substr(at);
+    const std::string minute = FormatNowStamp(*clock_).substr(0, 10);
+    return "<" + minute + Format(".%04X", static_cast<unsigned>(messageCounter_)) + std::string(domain) + ">";
+}
+
+}  // namespace postkite::core

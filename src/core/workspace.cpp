@@ -1,0 +1,227 @@
+#include "core/workspace.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <vector>
+
+#include "core/letter_case.h"
+#include "core/shift_jis.h"
+
+namespace postkite::core {
+
+namespace {
+
+constexpr char kSeparator = '\\';
+
+/// Behind the name of a file while its new content is being written.
+constexpr std::string_view kUnfinishedSuffix = ".$$$";
+
+constexpr std::array<std::string_view, 6> kDevices = {"CON", "PRN", "AUX", "NUL", "CLOCK$", "CONFIG$"};
+constexpr std::array<std::string_view, 2> kConsoleDevices = {"CONIN$", "CONOUT$"};
+constexpr std::array<std::string_view, 2> kNumberedDevices = {"COM", "LPT"};
+
+/// Device names stay what they are with an extension ("nul.txt") and with blanks behind them.
+bool IsDeviceName(std::string_view component) {
+    std::string_view stem = component.substr(0, FindCharacter(component, '.'));
+    while (!stem.empty() && stem.back() == ' ')
+        stem.remove_suffix(1);
+    const auto isStem = [&stem](std::string_view device) { return EqualIgnoringCase(stem, device); };
+    if (std::any_of(kDevices.begin(), kDevices.end(), isStem)) return true;
+    if (std::any_of(kConsoleDevices.begin(), kConsoleDevices.end(), isStem)) return true;
+    constexpr std::size_t kNumberedLength = 4;
+    if (stem.size() != kNumberedLength || stem.back() < '0' || stem.back() > '9') return false;
+    stem.remove_suffix(1);
+    return std::any_of(kNumberedDevices.begin(), kNumberedDevices.end(), isStem);
+}
+
+bool IsControl(char16_t unit) {
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
+}
+
+/// The component as the operating system spells it, or nothing when it is refused.
+std::optional<std::u8string> NativeComponent(std::string_view component) {
+    if (component.empty() || component.back() == '.' || component.back() == ' ') return std::nullopt;
+    constexpr std::string_view kNeverInNames = "<>:\"/\\|?*";
+    for (std::size_t at = 0; at < component.size(); at += CharacterLength(component, at)) {
+        const char byte = component[at];
+        if (!IsLeadByte(byte) && kNeverInNames.find(byte) != std::string_view::npos) return std::nullopt;
+        if (IsControl(static_cast<unsigned char>(byte)) && !IsLeadByte(byte)) return std::nullopt;
+    }
+    if (IsDeviceName(component)) return std::nullopt;
+    std::u8string native = ToUtf8(component);
+    if (native.find(u8"\uFFFD") != std::u8string::npos) return std::nullopt;
+    return native;
+}
+
+bool IsAbsolute(std::string_view name) {
+    return name.empty() || name.front() == kSeparator;
+}
+
+}  // namespace
+
+Workspace::Workspace(FileSystem& fileSystem, std::filesystem::path root)
+    : fileSystem_(&fileSystem), root_(std::move(root)) {
+}
+
+int Workspace::Prepare() {
+    std::filesystem::path made;
+    for (const std::filesystem::path& component : root_) {
+        made /= component;
+        EntryKind kind{};
+        const int inspected = fileSystem_->Inspect(made, kind);
+        if (inspected < 0) return inspected;
+        if (kind == EntryKind::Directory) continue;
+        const int created = MakeDirectory(made);
+        if (created < 0 && created != -EEXIST) return created;
+    }
+    EntryKind kind{};
+    const int inspected = Inspect("Setting", kind);
+    if (inspected < 0) return inspected;
+    return kind == EntryKind::Missing ? CreateDirectory("Setting") : 0;
+}
+
+bool Workspace::IsSafeComponent(std::string_view component) {
+    return NativeComponent(component).has_value();
+}
+
+int Workspace::LocateComponent(const std::filesystem::path& directory, std::string_view component,
+                               std::filesystem::path& path) const {
+    const std::optional<std::u8string> native = NativeComponent(component);
+    if (!native) return -EINVAL;
+    path = directory / *native;
+    EntryKind kind{};
+    const int inspected = fileSystem_->Inspect(path, kind);
+    if (inspected < 0 || kind != EntryKind::Missing) return inspected;
+
+    std::vector<std::filesystem::path> names;
+    const int listed = fileSystem_->List(directory, names);
+    if (listed < 0) return listed == -ENOENT || listed == -ENOTDIR ? 0 : listed;
+    // Of two names that differ in case alone the first in order counts, so that every call finds the same
+    // one.
+    std::sort(names.begin(), names.end());
+    for (const std::filesystem::path& name : names) {
+        const std::optional<std::string> spelled = FromUtf8(name.u8string());
+        if (spelled && EqualIgnoringCase(*spelled, component)) {
+            path = directory / name;
+            break;
+        }
+    }
+    return 0;
+}
+
+int Workspace::Locate(std::string_view name, std::filesystem::path& path) const {
+    if (IsAbsolute(name)) return -EINVAL;
+    std::filesystem::path found = root_;
+    while (!name.empty()) {
+        const std::size_t end = FindCharacter(name, kSeparator);
+        const std::string_view component = name.substr(0, end);
+        name = end == std::string_view::npos ? std::string_view() : name.substr(end + 1);
+        // "log\" and ".\log" are ways to say "log".
+        if (component.empty() || component == ".") continue;
+        std::filesystem::path next;
+        const int located = LocateComponent(found, component, next);
+        if (located < 0) return located;
+        found = std::move(next);
+    }
+    path = std::move(found);
+    return 0;
+}
+
+int Workspace::Open(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const {
+    std::filesystem::path path;
+    const int located = Locate(name, path);
+    return located < 0 ? located : fileSystem_->Open(path, mode, file);
+}
+
+int Workspace::Inspect(std::string_view name, EntryKind& kind) const {
+    std::filesystem::path path;
+    const int located = Locate(name, path);
+    return located < 0 ? located : fileSystem_->Inspect(path, kind);
+}
+
+int Workspace::CreateDirectory(std::string_view name) {
+    std::filesystem::path path;
+    const int located = Locate(name, path);
+    return located < 0 ? located : MakeDirectory(path);
+}
+
+int Workspace::MakeDirectory(const std::filesystem::path& path) {
+    const int created = fileSystem_->CreateDirectory(path);
+    if (created < 0) return created;
+    return fileSystem_->SyncDirectory(path.has_parent_path() ? path.parent_path() : ".");
+}
+
+int Workspace::WriteBeside(const std::filesystem::path& beside, std::string_view bytes) {
+    // Left behind by a program that was killed; the lock says that nobody is writing it now.
+    const int removed = fileSystem_->Remove(beside);
+    if (removed < 0 && removed != -ENOENT) return removed;
+    std::unique_ptr<File> file;
+    int result = fileSystem_->Open(beside, OpenMode::CreateNew, file);
+    if (result == 0) result = file->WriteAt(0, bytes);
+    if (result == 0) result = file->Sync();
+    return result;
+}
+
+int Workspace::LocateFile(std::string_view name, std::filesystem::path& path) const {
+    const int located = Locate(name, path);
+    // What is written beside the root would be outside.
+    return located == 0 && path == root_ ? -EISDIR : located;
+}
+
+int Workspace::Replace(std::string_view name, std::string_view bytes) {
+    std::filesystem::path path;
+    int result = LocateFile(name, path);
+    if (result < 0) return result;
+    std::filesystem::path beside = path;
+    beside += kUnfinishedSuffix;
+    result = WriteBeside(beside, bytes);
+    if (result == 0) result = fileSystem_->Rename(beside, path);
+    if (result < 0) {
+        // The reason of the failure counts, not whether the tidying up worked.
+        static_cast<void>(fileSystem_->Remove(beside));
+        return result;
+    }
+    return fileSystem_->SyncDirectory(path.parent_path());
+}
+
+int Workspace::Copy(std::string_view name, std::string_view copyName) {
+    std::filesystem::path copyPath;
+    int result = LocateFile(copyName, copyPath);
+    if (result < 0) return result;
+    std::unique_ptr<File> source;
+    result = Open(name, OpenMode::Read, source);
+    if (result < 0) return result;
+    std::unique_ptr<File> copy;
+    result = fileSystem_->Open(copyPath, OpenMode::CreateNew, copy);
+    if (result < 0) return result;
+
+    constexpr std::size_t kPieceBytes = 256 * 1024;
+    std::vector<char> piece(kPieceBytes);
+    std::uint64_t offset = 0;
+    for (;;) {
+        const std::int64_t count = source->ReadAt(offset, piece);
+        if (count < 0) result = static_cast<int>(count);
+        if (count <= 0) break;
+        result = copy->WriteAt(offset, {piece.data(), static_cast<std::size_t>(count)});
+        if (result < 0) break;
+        offset += static_cast<std::uint64_t>(count);
+    }
+    if (result == 0) result = copy->Sync();
+    if (result == 0) return fileSystem_->SyncDirectory(copyPath.parent_path());
+    static_cast<void>(fileSystem_->Remove(copyPath));
+    return result;
+}
+
+int Workspace::Lock(bool wait, WorkspaceLock& lock) {
+    lock.share_ = held_.lock();
+    if (lock.share_ != nullptr) return 0;
+    std::unique_ptr<FileLock> taken;
+    const int result = fileSystem_->Lock(root_, wait, taken);
+    if (result < 0) return result;
+    lock.share_ = std::move(taken);
+    held_ = lock.share_;
+    return 0;
+}
+
+}  // namespace postkite::core

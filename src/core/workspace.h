@@ -1,0 +1,75 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "core/file_system.h"
+
+namespace postkite::core {
+
+class WorkspaceLock;
+
+/// The working directory: `Setting`, the banks, the captures, the logs. Takes names as the program spells
+/// them, in code page 932 with "\" between components ("Setting\\setting.ini"), and finds them on disk
+/// whatever their letter case.
+///
+/// This is the one place that decides what a name may reach. A name that comes from a file or from the host
+/// cannot leave the directory: absolute names, drive letters, "..", control characters, the names of devices,
+/// characters that no Windows file name holds, and bytes that are no character are refused, always with
+/// -EINVAL.
+///
+/// Borrows the file system. Operations return 0 or a negated errno value.
+class Workspace {
+  public:
+    Workspace(FileSystem& fileSystem, std::filesystem::path root);
+
+    [[nodiscard]] const std::filesystem::path& root() const { return root_; }
+
+    /// Makes the directory and its `Setting` where they are missing.
+    [[nodiscard]] int Prepare();
+
+    /// Whether `component` can be one file's or directory's name: no separator, and nothing that is refused.
+    [[nodiscard]] static bool IsSafeComponent(std::string_view component);
+
+    /// The path of the entry that `name` means: the spelling found on disk, else the name's own spelling.
+    [[nodiscard]] int Locate(std::string_view name, std::filesystem::path& path) const;
+
+    [[nodiscard]] int Open(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const;
+    [[nodiscard]] int Inspect(std::string_view name, EntryKind& kind) const;
+    [[nodiscard]] int CreateDirectory(std::string_view name);
+
+    /// Puts `bytes` in the place of the file `name`, or makes it. Whatever the moment of a crash, the name
+    /// leads to the whole old or the whole new content; when this returns 0, to the new one for good. The
+    /// file is readable by its owner alone. Hold the lock.
+    [[nodiscard]] int Replace(std::string_view name, std::string_view bytes);
+
+    /// Makes a file `copyName` with the content of the file `name`. -EEXIST when there is a `copyName`. Hold
+    /// the lock.
+    [[nodiscard]] int Copy(std::string_view name, std::string_view copyName);
+
+    /// Keeps every other program out of the working directory's changes until the last `WorkspaceLock` of
+    /// this object is gone. With `wait`, waits for whoever has it; otherwise -EWOULDBLOCK.
+    [[nodiscard]] int Lock(bool wait, WorkspaceLock& lock);
+
+  private:
+    [[nodiscard]] int LocateComponent(const std::filesystem::path& directory, std::string_view component,
+                                      std::filesystem::path& path) const;
+    [[nodiscard]] int LocateFile(std::string_view name, std::filesystem::path& path) const;
+    [[nodiscard]] int MakeDirectory(const std::filesystem::path& path);
+    [[nodiscard]] int WriteBeside(const std::filesystem::path& beside, std::string_view bytes);
+
+    FileSystem* fileSystem_;
+    std::filesystem::path root_;
+    std::weak_ptr<FileLock> held_;
+};
+
+/// A share in the lock of a `Workspace`; empty until `Workspace::Lock` fills it.
+class WorkspaceLock {
+  private:
+    friend class Workspace;
+    std::shared_ptr<FileLock> share_;
+};
+
+}  // namespace postkite::core

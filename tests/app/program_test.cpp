@@ -1,0 +1,142 @@
+#include "app/program.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "core/shift_jis.h"
+#include "tests/support/memory_file_system.h"
+#include "tests/support/recording_user_interface.h"
+
+namespace postkite::app {
+namespace {
+
+using core::MessageIcon;
+using core::operator""_sjis;
+using support::ShownMessage;
+
+constexpr const char* kSettings = "/mail/Setting/setting.ini";
+constexpr const char* kEnvironments = "/mail/Setting/Hostdata.ini";
+
+class ProgramTest : public ::testing::Test {
+  protected:
+    ProgramTest() { disk.PutDirectory("/mail/Setting"); }
+
+    /// What a program before this one left.
+    void SaveEarlier(int activeNumber) {
+        Program earlier(workspace, ui);
+        earlier.Start();
+        earlier.environments().entries[2].name = "home";
+        earlier.environments().entries[2].userId = "ABC01234";
+        earlier.settings().currentId = activeNumber;
+        ASSERT_EQ(earlier.SaveEnvironments(), 0);
+        ASSERT_EQ(earlier.SaveSettings(), 0);
+    }
+
+    support::MemoryFileSystem disk;
+    core::Workspace workspace{disk, "/mail"};
+    support::RecordingUserInterface ui;
+    Program program{workspace, ui};
+};
+
+TEST_F(ProgramTest, WhatOneSavesTheNextReads) {
+    SaveEarlier(2);
+    program.Start();
+    EXPECT_EQ(program.settings().userId, "ABC01234");
+    ASSERT_EQ(program.PrepareChange(), 0);
+    program.settings().hostName = "changed";
+    ASSERT_EQ(program.SaveSettings(), 0);
+    ASSERT_EQ(program.SwitchEnvironment(5), 0);
+    EXPECT_EQ(program.settings().userId, "");
+    ASSERT_EQ(program.SaveSettings(), 0);
+
+    Program next(workspace, ui);
+    next.Start();
+    EXPECT_EQ(next.settings().hostName, "changed");
+    EXPECT_EQ(next.settings().currentId, 5);
+    EXPECT_EQ(next.environments().entries[2].name, "home");
+    EXPECT_EQ(disk.Names("/mail/Setting"), (std::vector<std::string>{"Hostdata.ini", "setting.ini"}));
+    EXPECT_TRUE(ui.messages.empty());
+}
+
+TEST_F(ProgramTest, EnvironmentsWithoutSettingsSurviveAChange) {
+    SaveEarlier(2);
+    const std::string environments = disk.Get(kEnvironments).value();
+    ASSERT_EQ(disk.Remove(kSettings), 0);
+    program.Start();
+    EXPECT_EQ(program.environments().entries[2].name, "") << "start-up passes them over";
+    ASSERT_EQ(program.PrepareChange(), 0);
+    EXPECT_EQ(program.environments().entries[2].name, "home");
+    program.environments().entries[4].name = "new";
+    ASSERT_EQ(program.SaveEnvironments(), 0);
+    ASSERT_EQ(program.SaveSettings(), 0);
+    Program next(workspace, ui);
+    next.Start();
+    EXPECT_EQ(next.environments().entries[2].userId, "ABC01234");
+    EXPECT_EQ(next.environments().entries[4].name, "new");
+    EXPECT_EQ(disk.Names("/mail/Setting").size(), 2U) << "a copy says that something was lost";
+}
+
+TEST_F(ProgramTest, SettingsWithoutEnvironmentsSurviveASwitch) {
+    disk.Put(kSettings, "a\r\nb\r\nc\r\nd\r\ne\r\nPHONE NUMBER=03-1234\r\n");
+    program.Start();
+    ASSERT_EQ(program.PrepareChange(), 0);
+    ASSERT_EQ(program.SwitchEnvironment(5), 0);
+    EXPECT_EQ(program.settings().phoneNumber, "");
+    ASSERT_EQ(program.SwitchEnvironment(0), 0);
+    EXPECT_EQ(program.settings().phoneNumber, "03-1234");
+}
+
+TEST_F(ProgramTest, AFileThatCannotBeReadForbidsEveryChange) {
+    const std::string names[] = {"setting.ini", "Hostdata.ini", "HostEntry.ini"};
+    for (const std::string& name : names) {
+        support::MemoryFileSystem broken;
+        for (const std::string& other : names)
+            if (other != name) broken.Put("/mail/Setting/" + other, "a=1\r\n");
+        broken.PutDirectory("/mail/Setting/" + name);
+        core::Workspace there(broken, "/mail");
+        ui.messages.clear();
+        Program unlucky(there, ui);
+        unlucky.Start();
+        EXPECT_TRUE(ui.messages.empty());
+        EXPECT_EQ(unlucky.PrepareChange(), -1);
+        const ShownMessage expected = {
+            "Postkite",
+            "Setting\\" + name +
+                std::string(
+                    " を読み込めないため、変更を中止しました。（ファイルではなくディレクトリです）"_sjis),
+            MessageIcon::Stop};
+        EXPECT_EQ(ui.messages, std::vector{expected});
+    }
+}
+
+TEST_F(ProgramTest, AReadThatFailsForbidsEveryChange) {
+    SaveEarlier(2);
+    for (int call = 1, struck = 1; struck == 1; ++call) {
+        Program unlucky(workspace, ui);
+        disk.FailCall(call, -EIO);
+        unlucky.Start();
+        struck = disk.struck() ? 1 : 0;
+        disk.Restart();
+        EXPECT_EQ(unlucky.PrepareChange(), struck == 1 ? -1 : 0) << "call " << call;
+    }
+}
+
+TEST_F(ProgramTest, TheActiveEnvironmentIsTheOneWhoseValuesComeBack) {
+    program.Start();
+    EXPECT_EQ(program.ActiveEnvironment(), nullptr) << "no file";
+    ASSERT_EQ(program.SaveEnvironments(), 0);
+    EXPECT_EQ(program.ActiveEnvironment(), &program.environments().entries[0]) << "there is one now";
+
+    SaveEarlier(2);
+    Program next(workspace, ui);
+    next.Start();
+    EXPECT_EQ(next.ActiveEnvironment(), &next.environments().entries[2]);
+    for (const std::int32_t number : {-1, 10}) {
+        next.settings().currentId = number;
+        EXPECT_EQ(next.ActiveEnvironment(), nullptr);
+    }
+}
+
+}  // namespace
+}  // namespace postkite::app

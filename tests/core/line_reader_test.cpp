@@ -1,0 +1,171 @@
+#include "core/line_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "tests/support/memory_file_system.h"
+
+namespace postkite::core {
+namespace {
+
+constexpr std::size_t kBlockBytes = 64 * 1024;
+
+/// A reader on a file with this content.
+struct Reading {
+    explicit Reading(std::string_view content, std::size_t longestLine = LineReader::kNoLimit) {
+        disk.Put("/file", content);
+        EXPECT_EQ(disk.Open("/file", OpenMode::Read, file), 0);
+        reader.emplace(*file, longestLine);
+    }
+    int Next() { return ReadLogLine(*reader, line); }
+    /// The lines up to the end, each in quotation marks.
+    std::string All() {
+        std::string all;
+        while (Next() == 0)
+            all += '"' + line + '"';
+        return all;
+    }
+
+    support::MemoryFileSystem disk;
+    std::unique_ptr<File> file;
+    std::optional<LineReader> reader;
+    std::string line;
+};
+
+TEST(LineReaderTest, ACrEndsALineAndTheByteBehindItIsDropped) {
+    EXPECT_EQ(Reading("").All(), "");
+    EXPECT_EQ(Reading("a\r\n\r\nb\r\n").All(), R"("a""""b")");
+    EXPECT_EQ(Reading("ab\rXcd\r\n").All(), R"("ab""cd")");
+    EXPECT_EQ(Reading("a\r\rb\r\n").All(), R"("a""b")");
+    EXPECT_EQ(Reading("a\nb\n\r\n").All(), "\"a\nb\n\"");
+    EXPECT_EQ(Reading("abc\r").All(), R"("abc")");
+    EXPECT_EQ(Reading("a\r\ncut").All(), R"("a")");
+    const std::string_view zeros("a\0b\r\n\0\r\n", 8);
+    EXPECT_EQ(Reading(zeros).All(), std::string("\"a\0b\"\"\0\"", 8));
+}
+
+TEST(LineReaderTest, AtTheEndThePreviousLineIsLeftBehind) {
+    Reading on("previous\r\n");
+    ASSERT_EQ(on.Next(), 0);
+    EXPECT_EQ(on.Next(), -1);
+    EXPECT_EQ(on.line, "previous");
+    EXPECT_EQ(on.reader->cutLineBytes(), 0U);
+    EXPECT_EQ(on.Next(), -1);
+    EXPECT_EQ(on.line, "previous");
+    EXPECT_EQ(on.reader->error(), 0);
+}
+
+TEST(LineReaderTest, ACutLineOverwritesTheBeginningOfThePreviousOne) {
+    Reading shorter("previous\r\ncut");
+    ASSERT_EQ(shorter.Next(), 0);
+    EXPECT_EQ(shorter.Next(), -1);
+    EXPECT_EQ(shorter.line, "cutvious");
+    EXPECT_EQ(shorter.reader->cutLineBytes(), 3U);
+    EXPECT_EQ(shorter.reader->position(), 13U);
+    EXPECT_EQ(shorter.Next(), -1);
+    EXPECT_EQ(shorter.line, "cutvious");
+
+    Reading longer("a\r\nlonger");
+    ASSERT_EQ(longer.Next(), 0);
+    EXPECT_EQ(longer.Next(), -1);
+    EXPECT_EQ(longer.line, "longer");
+}
+
+TEST(LineReaderTest, ThePositionIsThatOfTheNextByte) {
+    const std::string_view content = "one\r\n\r\nthree\r";
+    Reading on(content);
+    EXPECT_EQ(on.reader->position(), 0U);
+    ASSERT_EQ(on.Next(), 0);
+    EXPECT_EQ(on.reader->position(), 5U);
+    ASSERT_EQ(on.Next(), 0);
+    EXPECT_EQ(on.reader->position(), 7U);
+    ASSERT_EQ(on.Next(), 0);
+    EXPECT_EQ(on.reader->position(), content.size()) << "there is no byte behind the last CR";
+    EXPECT_EQ(on.Next(), -1);
+
+    for (const auto& [position, line] : {std::pair{7, "three"}, {0, "one"}, {5, ""}, {2, "e"}}) {
+        on.reader->Seek(static_cast<std::uint64_t>(position));
+        ASSERT_EQ(on.Next(), 0);
+        EXPECT_EQ(on.line, line);
+    }
+    on.reader->Seek(1000);
+    EXPECT_EQ(on.Next(), -1);
+}
+
+TEST(LineReaderTest, BlocksDoNotShow) {
+    for (std::size_t blocks = 1; blocks <= 2; ++blocks) {
+        for (std::size_t length = blocks * kBlockBytes - 5; length <= blocks * kBlockBytes + 2; ++length) {
+            SCOPED_TRACE(length);
+            const std::string first = std::string(length, 'a');
+            Reading on(first + "\r\nbc\r\ncut");
+            ASSERT_EQ(on.Next(), 0);
+            EXPECT_EQ(on.line, first);
+            EXPECT_EQ(on.reader->position(), length + 2);
+            ASSERT_EQ(on.Next(), 0);
+            EXPECT_EQ(on.line, "bc");
+            EXPECT_EQ(on.Next(), -1);
+            EXPECT_EQ(on.line, "cut");
+            on.reader->Seek(length - 1);
+            ASSERT_EQ(on.Next(), 0);
+            EXPECT_EQ(on.line, "a");
+        }
+    }
+}
+
+TEST(LineReaderTest, OfALongLineTheBeginningIsKept) {
+    EXPECT_EQ(Reading("abcdef\r\nwxyz\r\nno\r\n", 4).All(), R"("abcd""wxyz""no")");
+    Reading on("previous\r\nabcdef", 4);
+    ASSERT_EQ(on.Next(), 0);
+    EXPECT_EQ(on.Next(), -1);
+    EXPECT_EQ(on.line, "abcd");
+    EXPECT_EQ(on.reader->cutLineBytes(), 4U);
+}
+
+/// A line of 10 MB that is nowhere, and a short one. Remembers how much was asked for at once.
+class HugeLine final : public File {
+  public:
+    std::int64_t ReadAt(std::uint64_t offset, std::span<char> buffer) override {
+        constexpr std::uint64_t kHuge = 10 * 1024 * 1024;
+        constexpr std::string_view kRest = "\r\nb\r\n";
+        mostAsked = std::max(mostAsked, buffer.size());
+        std::size_t count = 0;
+        for (; count < buffer.size() && offset < kHuge + kRest.size(); ++count, ++offset)
+            buffer[count] = offset < kHuge ? 'a' : kRest[offset - kHuge];
+        return static_cast<std::int64_t>(count);
+    }
+    int WriteAt(std::uint64_t, std::string_view) override { return -EBADF; }
+    std::int64_t Size() override { return -EBADF; }
+    int Truncate(std::uint64_t) override { return -EBADF; }
+    int Sync() override { return -EBADF; }
+
+    std::size_t mostAsked = 0;
+};
+
+TEST(LineReaderTest, AHugeLineDoesNotFillTheMemory) {
+    HugeLine file;
+    LineReader reader(file, 100);
+    std::string line;
+    ASSERT_EQ(ReadLogLine(reader, line), 0);
+    EXPECT_EQ(line, std::string(100, 'a'));
+    EXPECT_LE(line.capacity(), 1000U);
+    EXPECT_LE(file.mostAsked, 1024U * 1024U);
+    ASSERT_EQ(ReadLogLine(reader, line), 0);
+    EXPECT_EQ(line, "b");
+}
+
+TEST(LineReaderTest, AReadThatFailsEndsTheReading) {
+    Reading on("previous\r\n" + std::string(kBlockBytes - 13, 'x') + "ab cd\r\nlast\r\n");
+    on.disk.FailCall(2, -EIO);
+    ASSERT_EQ(on.Next(), 0);
+    EXPECT_EQ(on.reader->error(), 0);
+    EXPECT_EQ(on.Next(), -1);
+    EXPECT_EQ(on.reader->error(), -EIO);
+    EXPECT_EQ(on.line.substr(0, 4), "xxxx");
+    EXPECT_EQ(on.Next(), -1) << "would go on in the middle of a line";
+    EXPECT_EQ(on.reader->error(), -EIO);
+}
+
+}  // namespace
+}  // namespace postkite::core

@@ -1,0 +1,446 @@
+#include "core/settings_file.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <set>
+#include <vector>
+
+#include "core/password_scrambling.h"
+#include "core/settings_table.h"
+#include "core/shift_jis.h"
+#include "tests/support/memory_file_system.h"
+
+namespace postkite::core {
+namespace {
+
+using support::MemoryFileSystem;
+using NamesKept = MemoryFileSystem::NamesKept;
+
+constexpr const char* kPath = "/mail/Setting/setting.ini";
+
+/// The file that holds the defaults, "|" for each CR LF.
+constexpr std::u8string_view kDefaultFile =
+    u8R"(
+MAIL WINDOW LEFT=0|MAIL WINDOW TOP=0|MAIL WINDOW WIDTH=600|MAIL WINDOW HIGH=400|HOST NAME=|PHONE NUMBER=|
+FENICS LOAD=2|RS PORT=2|RS SPEED=2400|RS DATA=8|RS STOP=1|RS PARITY=NONE|PB DP=PB|USERID=|USERPASSWORD=|
+SIGNATURE=0|VOLUME=1|MODEM INITIAL COMMAND=ATQ0V1E1|MONITER WINDOW=1|LISTHIGH=43|IDDISPLAY=1|DATEDISPLAY=1|
+LINE NUMBER DISPLAY=0|LOGFILEPATH=log|MAILBOXPATHNAME=MailBox1|REDIALINTER=10|REDIALTIMES=10|CONNECTSOUND=|
+DISCONNECTSOUND=|HIDEDIRECTORY=c:\hideterm|UPDIRECTORY=c:\hideterm\upload|SCRIPTDIRECTORY=|
+HIDEMAILLOG=nifmail.log|USEHIDETERM=0|QUITHIDE=0|SOUND=0|REDIAL=1|SPEAKERONOFF=1|
+HIDELOGDIRECTORY=c:\hideterm\log|起動時にﾊﾟｽﾜｰﾄﾞを問い合わせる=0|ENCRIPTION KEY=|HIGH_SPEED_UPLOAD=0|
+HARD_WARE_FLOW=0|CTRL_RTS=0|MODEM SPEAKER CONTROL=0|INYOUHU=>|LOG=1|BODYTOP=5|BODYLEFT=5|BODYWIDTH=600|
+BODYHIGH=440|AUTOMODE=0|MAILBOXWINDOW=1|MAILBOXLISTWIDTH=200|DATELOGNAME=0|SAVEPASSWORD=1|FORUM NAME=|
+SENDLOG=0|NAISENHASSIN=0|Editor=|PrintUT=|PUTComlineOPT=|2LINE=0|CURRENT ID=0|KEISHOU=|UseName=0|
+InyouToiawase=0|NiftermPath=|AvalonPath=|ListWidth=0|ListWidth=96|ListWidth=172|ListWidth=263|ListWidth=326|
+ListWidth=450|ListWidth=1600|ListWidth=0|ListWidth=0|ListWidth=0|1 TIME / DAY=0|RETURN DOS=0|LAST DATE=|
+Encript Mail Box=0|Only Underbar File=0|SecNo=0|FontSize=-16|FontName=ＭＳ ゴシック|ErrorSoundFile=|
+ErrorSound=0|FSendSound=0|AttachDirectory=attach|仮ID=|仮PASSWORD=|AutoRepFlag=0|AutoTitle=|Original Icon=0|
+Edit dialog UI=0|Edit dialog UI=1|Edit dialog UI=0|Edit dialog UI=0|Edit dialog UI=0|Edit dialog UI=0|
+KanaConvert=1|NifToInet=0|DefaultDomain=|JOUCHUU=1|StartIcon=0|Hotkey=1|DispHeader=1|HideCC=1|MYREPLYADR=0|
+NIFFROM=|MyKeyAutoF=1|YourKeyAutoF=1|起動時パスワード=|MyDHKeySel=2|MyEsignKeySel=1|MyCAID=|
+EncryptMailBox=0|Title Tree=0|CloseRemoteAccess=0|ReadNifMailByTelnet=0|MAXEND=0|EditColor=128|
+FilterAtEnd=0|DaiShouKubetu=0|FilterReceive=0|ReceivePOPUP=1|AutoEditor=0|AutoEditorR=0|AUTOQUIT=0|
+NewsHost=news.example.jp|ToolBarFlag=1|PIDC_SCROLL=0|Current HostL=10|環境設定数=10|
+TELNET NIFTY メニューを隠す=0|リモートメールメニューを隠す=0|ダイアルアップの切断メニューを隠す=0|
+添付ﾌｧｲﾙｴﾝｺｰﾄﾞ=0|PPP RETRY=3|定刻動作=0|MAILBOXPATHNAME1=MailBox2|MAILBOXPATHNAME2=MailBox3|
+MAILBOXPATHNAME3=MailBox4|MAILBOXPATHNAME4=MailBox5|MailBankCombo=1|バンク１２では受信しない=1|
+環境とバンクを同期切り替え=0|送信時に受信も行う=0|巡回=00000000000000000000|返信タイトル=0|BandWidth=400|
+BandWidth=100|BandWidth=100|BandRow=1|BandJunjo=012|BandJunjo=1|NowBoxNo=0|DispEditToolbar=1|
+MAILBOXPATHNAME=MailBox6|MAILBOXPATHNAME=MailBox7|MAILBOXPATHNAME=MailBox8|MAILBOXPATHNAME=MailBox9|
+MAILBOXPATHNAME=MailBox10|MAILBOXPATHNAME=MailBox11|MAILBOXPATHNAME=MailBox12|MAILBOXPATHNAME=MailBox13|
+MAILBOXPATHNAME=MailBox14|MAILBOXPATHNAME=MailBox15|MAILBOXPATHNAME=MailBox16|MAILBOXPATHNAME=MailBox17|
+MAILBOXPATHNAME=MailBox18|MAILBOXPATHNAME=MailBox19|MAILBOXPATHNAME=MailBox20|Bank=0|Bank=0|Bank=0|Bank=0|
+Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|Bank=0|
+Bank=0|受信メールビューア=1|NewsRealName=|NewsMailAddress=|BandWidth=100|SendMailNest=0|MLTitle=0|
+MyMachineName=|
+)";
+
+/// The lines of a file that has nothing but whole ones.
+std::vector<std::string> LinesOf(std::string_view bytes) {
+    std::vector<std::string> lines;
+    for (std::size_t end = 0; (end = bytes.find("\r\n")) != std::string_view::npos;
+         bytes.remove_prefix(end + 2))
+        lines.emplace_back(bytes.substr(0, end));
+    return lines;
+}
+
+std::string FileOf(const std::vector<std::string>& lines) {
+    std::string bytes;
+    for (const std::string& line : lines)
+        bytes += line + "\r\n";
+    return bytes;
+}
+
+std::vector<std::string> DefaultLines() {
+    std::string text = FromUtf8(kDefaultFile).value();
+    std::erase(text, '\n');
+    std::string bytes;
+    for (const char character : text)
+        character == '|' ? bytes += "\r\n" : bytes += character;
+    return LinesOf(bytes);
+}
+
+/// The file of a program in which every value has been changed, within its bounds.
+std::vector<std::string> ChangedLines() {
+    std::vector<std::string> lines = DefaultLines();
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const SettingLine& line = SettingLines()[i];
+        std::string value = std::to_string(i + 1001);
+        if (line.kind == SettingLine::Kind::Text) value = std::string("値=能"_sjis) + value;
+        if (line.kind == SettingLine::Kind::Secret) ScramblePassword(value);
+        const std::pair<std::size_t, std::string_view> bounded[] = {
+            {86, "-12"}, {136, "10"}, {139, "1"}, {156, "3"}, {157, "210"}};
+        for (const auto& [number, inBounds] : bounded)
+            if (i + 1 == number) value = inBounds;
+        lines[i].replace(lines[i].find('=') + 1, std::string::npos, value);
+    }
+    return lines;
+}
+
+Settings Loaded(std::string_view bytes, ToolBarStyle style = ToolBarStyle::Plain) {
+    MemoryFileSystem disk;
+    disk.Put(kPath, bytes);
+    Settings settings;
+    Environments environments;
+    EXPECT_EQ(LoadSettings(Workspace(disk, "/mail"), settings, environments, style).settings, 0);
+    return settings;
+}
+
+/// The default file with line `number`, counted from 1, put in another's place.
+Settings LoadedWith(std::size_t number, std::string_view line) {
+    std::vector<std::string> lines = DefaultLines();
+    lines[number - 1] = line;
+    return Loaded(FileOf(lines));
+}
+
+TEST(SettingsFileTest, TheDefaultsAreTheseBytes) {
+    ASSERT_EQ(DefaultLines().size(), 202U);
+    EXPECT_EQ(LinesOf(FormatSettings(Settings())), DefaultLines());
+    EXPECT_EQ(FormatSettings(Settings()), FileOf(DefaultLines()));
+}
+
+TEST(SettingsFileTest, EveryValueSurvivesInAPlaceOfItsOwn) {
+    EXPECT_EQ(LinesOf(FormatSettings(Loaded(FileOf(ChangedLines())))), ChangedLines());
+    Settings settings;
+    std::set<const void*> places;
+    for (const SettingLine& line : SettingLines()) {
+        if (line.integer != nullptr) places.insert(&line.integer(settings));
+        if (line.text != nullptr) places.insert(&line.text(settings));
+    }
+    EXPECT_EQ(places.size(), 202U);
+}
+
+TEST(SettingsFileTest, LinesAreTakenByTheirPositionWhateverTheirKey) {
+    std::vector<std::string> numbered;
+    for (int number = 1; number <= 202; ++number)
+        numbered.push_back("key=" + std::to_string(number));
+    const Settings s = Loaded(FileOf(numbered));
+    const std::vector<std::string> texts = {s.hostName,
+                                            s.phoneNumber,
+                                            s.fenicsLoad,
+                                            s.rsPort,
+                                            s.rsSpeed,
+                                            s.pbDp,
+                                            s.userId,
+                                            s.modemInitialCommand,
+                                            s.logFilePath,
+                                            s.mailBoxPathName[0],
+                                            s.connectSound,
+                                            s.disconnectSound,
+                                            s.quotationMark,
+                                            s.forumName,
+                                            s.lastDate,
+                                            s.fontName,
+                                            s.errorSoundFile,
+                                            s.attachDirectory,
+                                            s.nifFrom,
+                                            s.mailBoxPathName[1],
+                                            s.mailBoxPathName[4],
+                                            s.patrol,
+                                            s.mailBoxPathName[5],
+                                            s.mailBoxPathName[19],
+                                            s.newsRealName,
+                                            s.newsMailAddress,
+                                            s.myMachineName};
+    EXPECT_EQ(texts,
+              (std::vector<std::string>{"5",   "6",   "7",   "8",   "9",   "13",  "14",  "18",  "24",
+                                        "25",  "28",  "29",  "46",  "57",  "82",  "87",  "88",  "91",
+                                        "112", "143", "146", "151", "161", "175", "197", "198", "202"}));
+    const std::vector<std::int32_t> integers = {s.mailWindowLeft,
+                                                s.mailWindowTop,
+                                                s.monitorWindow,
+                                                s.listHeight,
+                                                s.redialInterval,
+                                                s.redialTimes,
+                                                s.sound,
+                                                s.redial,
+                                                s.speakerOn,
+                                                s.highSpeedUpload,
+                                                s.log,
+                                                s.bodyTop,
+                                                s.bodyLeft,
+                                                s.bodyWidth,
+                                                s.bodyHeight,
+                                                s.autoMode,
+                                                s.dateLogName,
+                                                s.savePassword,
+                                                s.sendLog,
+                                                s.extensionDialling,
+                                                s.currentId,
+                                                s.listWidth[0],
+                                                s.listWidth[9],
+                                                s.errorSound,
+                                                s.editDialogUi[0],
+                                                s.editDialogUi[5],
+                                                s.maximisedAtEnd,
+                                                s.filterAtEnd,
+                                                s.distinguishCase,
+                                                s.filterReceive,
+                                                s.autoQuit,
+                                                s.toolBarFlag,
+                                                s.currentHostL,
+                                                s.patrolAtSetTimes,
+                                                s.noReceiveIntoBanks12,
+                                                s.bankFollowsEnvironment,
+                                                s.receiveWhenSending,
+                                                s.replySubjectStyle,
+                                                s.bandWidth[0],
+                                                s.bandWidth[2],
+                                                s.bandOrderFlag,
+                                                s.nowBoxNo,
+                                                s.bank[0],
+                                                s.bank[19],
+                                                s.bandWidth[3],
+                                                s.mailingListTitle};
+    EXPECT_EQ(integers, (std::vector<std::int32_t>{1,   2,   19,  20,  26,  27,  36,  37,  38,  42,  47,  48,
+                                                   49,  50,  51,  52,  55,  56,  58,  59,  64,  70,  79,  89,
+                                                   97,  102, 123, 125, 126, 127, 131, 133, 135, 142, 148, 149,
+                                                   150, 152, 153, 155, 158, 159, 176, 195, 199, 201}));
+
+    std::vector<std::string> swapped = DefaultLines();
+    std::swap(swapped[2], swapped[3]);
+    EXPECT_EQ(Loaded(FileOf(swapped)).mailWindowWidth, 400);
+    EXPECT_EQ(Loaded(FileOf(swapped)).mailWindowHeight, 600);
+}
+
+TEST(SettingsFileTest, TheValueIsAllThatFollowsTheFirstEqualsSign) {
+    EXPECT_EQ(LoadedWith(62, "PUTComlineOPT=/a=1 /b=").printUtilityOptions, "/a=1 /b=");
+    EXPECT_EQ(LoadedWith(5, "= x\t").hostName, " x\t");
+    EXPECT_EQ(LoadedWith(2, "k=  -12px").mailWindowTop, -12);
+    EXPECT_EQ(LoadedWith(19, "k=").monitorWindow, 0);
+    EXPECT_EQ(LoadedWith(2, "k=-2147483649").mailWindowTop, -2147483647 - 1);
+    EXPECT_EQ(LoadedWith(2, "k=2147483648").mailWindowTop, 2147483647);
+    EXPECT_EQ(LoadedWith(9, "RS SPEED 9600").rsSpeed, "2400") << "no value, so the default stands";
+    EXPECT_EQ(LoadedWith(9, "").rsSpeed, "2400");
+    EXPECT_EQ(LoadedWith(9, std::string_view("k=96\0"
+                                             "00",
+                                             7))
+                  .rsSpeed,
+              "96");
+    EXPECT_EQ(LoadedWith(9, std::string_view("k\0=9600", 7)).rsSpeed, "2400");
+    EXPECT_EQ(LoadedWith(15, "USERPASSWORD=100319").userPassword, "abc");
+}
+
+TEST(SettingsFileTest, ValuesTooLongAreCutBetweenCharacters) {
+    std::string many;
+    for (int i = 0; i < 300; ++i)
+        many += "能"_sjis;
+    EXPECT_EQ(LoadedWith(5, "k=" + many).hostName, many.substr(0, 512));
+    EXPECT_EQ(LoadedWith(5, "k=a" + many).hostName, "a" + many.substr(0, 510));
+    EXPECT_EQ(LoadedWith(161, "k=" + many).mailBoxPathName[5], many.substr(0, 510));
+    const Settings huge = LoadedWith(5, "k=" + std::string(10 * 1024 * 1024, 'x'));
+    EXPECT_EQ(huge.hostName, std::string(512, 'x'));
+    EXPECT_EQ(huge.fenicsLoad, "2") << "the lines behind the huge one";
+    EXPECT_EQ(huge.fontSize, -16);
+}
+
+TEST(SettingsFileTest, CorrectsTheseValuesAlone) {
+    const std::pair<int, int> heights[] = {{50, 200}, {199, 200}, {200, 200}, {201, 201}, {-1, 200}};
+    for (const auto& [stored, read] : heights) {
+        EXPECT_EQ(LoadedWith(3, "k=" + std::to_string(stored)).mailWindowWidth, read);
+        EXPECT_EQ(LoadedWith(4, "k=" + std::to_string(stored)).mailWindowHeight, read);
+    }
+    const std::pair<int, int> fonts[] = {{-6, 0}, {-7, -7}, {-20, -20}, {-21, 0}, {0, 0}, {16, 0}};
+    for (const auto& [stored, read] : fonts)
+        EXPECT_EQ(LoadedWith(86, "k=" + std::to_string(stored)).fontSize, read);
+    const std::pair<int, int> rows[] = {{0, 1}, {1, 1}, {2, 2}, {3, 3}, {4, 1}, {-1, 1}};
+    for (const auto& [stored, read] : rows)
+        EXPECT_EQ(LoadedWith(156, "k=" + std::to_string(stored)).bandRow, read);
+    for (const std::string_view order : {"012", "021", "102", "120", "201", "210"})
+        EXPECT_EQ(LoadedWith(157, std::string("k=").append(order)).bandOrder, order);
+    for (const std::string_view order : {"0123", "013", "", "01", "011", "000", "222", " 012", "abc"})
+        EXPECT_EQ(LoadedWith(157, std::string("k=").append(order)).bandOrder, "012");
+    EXPECT_EQ(LoadedWith(136, "k=3").environmentCount, 10);
+    EXPECT_EQ(LoadedWith(136, "none").environmentCount, 10);
+    EXPECT_EQ(LoadedWith(139, "k=0").hideDialUpMenu, 1);
+    EXPECT_EQ(LoadedWith(64, "k=77").currentId, 77) << "taken as it stands";
+}
+
+TEST(SettingsFileTest, TheToolBarsHeightFollowsItsFlagAndStyle) {
+    for (const auto& [style, height] : {std::pair{ToolBarStyle::Plain, 39}, {ToolBarStyle::Bands, 100}}) {
+        std::vector<std::string> lines = DefaultLines();
+        EXPECT_EQ(Loaded(FileOf(lines), style).toolBarHeight, height);
+        EXPECT_EQ(Loaded("", style).toolBarHeight, height);
+        for (const std::string_view flag : {"ToolBarFlag=0", "ToolBarFlag=2"}) {
+            lines[132] = flag;
+            EXPECT_EQ(Loaded(FileOf(lines), style).toolBarHeight, 0);
+        }
+    }
+}
+
+TEST(SettingsFileTest, AFileCutAnywhereReadsAsTheLinesBeforeTheCut) {
+    const std::vector<std::string> defaults = DefaultLines();
+    const std::vector<std::string> changed = ChangedLines();
+    const std::string whole = FileOf(changed);
+    std::vector<std::string> expected = defaults;
+    std::size_t lines = 0;
+    for (std::size_t length = 0; length <= whole.size(); ++length) {
+        if (length > 0 && whole[length - 1] == '\r') {
+            expected[lines] = changed[lines];
+            ++lines;
+        }
+        const Settings settings = Loaded(std::string_view(whole).substr(0, length));
+        ASSERT_EQ(FormatSettings(settings), FileOf(expected)) << "cut at " << length;
+        ASSERT_EQ(settings.toolBarHeight, settings.toolBarFlag == 1 ? 39 : 0);
+    }
+    ASSERT_EQ(lines, 202U);
+    const Settings four = Loaded("a=10\r\nb=20\r\nc=300\r\nd=500\r\ne=not ended");
+    EXPECT_EQ(four.mailWindowHeight, 500);
+    EXPECT_EQ(four.hostName, "");
+    EXPECT_EQ(four.toolBarHeight, 39);
+}
+
+/// A working directory with settings to save.
+struct Saving {
+    explicit Saving(std::string_view file = {}) {
+        disk.PutDirectory("/mail/Setting");
+        if (!file.empty()) disk.Put(kPath, file);
+        settings.userId = "ABC01234";
+    }
+    SaveOutcome Save(const BandLayout* bands = nullptr) { return SaveSettings(workspace, settings, bands); }
+    [[nodiscard]] std::string Content(const std::string& suffix = {}) const {
+        return disk.Get(kPath + suffix).value_or("(none)");
+    }
+    [[nodiscard]] std::size_t FileCount() const { return disk.Names("/mail/Setting").size(); }
+
+    MemoryFileSystem disk;
+    Workspace workspace{disk, "/mail"};
+    Settings settings;
+};
+
+TEST(SettingsSaveTest, PasswordsAreScrambledOrLeftOut) {
+    Saving on;
+    on.settings.userPassword = "abc";
+    on.settings.encryptionKey = "q";
+    on.settings.startUpPassword = "qa";
+    ASSERT_EQ(on.Save().result, 0);
+    std::vector<std::string> lines = LinesOf(on.Content());
+    EXPECT_EQ(lines[14], "USERPASSWORD=100319");
+    EXPECT_EQ(lines[40], "ENCRIPTION KEY=00");
+    EXPECT_EQ(lines[114], std::string("起動時パスワード=0000"_sjis));
+    EXPECT_EQ(Loaded(on.Content()).startUpPassword, "qa");
+
+    on.settings.savePassword = 0;
+    ASSERT_EQ(on.Save().result, 0);
+    EXPECT_EQ(on.settings.userPassword, "");
+    lines = LinesOf(on.Content());
+    EXPECT_EQ(lines[14], "USERPASSWORD=");
+    EXPECT_EQ(lines[40], "ENCRIPTION KEY=00");
+    EXPECT_EQ(on.FileCount(), 1U) << "the old password is still on the disk";
+}
+
+TEST(SettingsSaveTest, TakesTheBandLayout) {
+    Saving on;
+    const BandLayout bands = {{11, 22, 33, 44}, 2, "201", 0};
+    ASSERT_EQ(on.Save(&bands).result, 0);
+    const std::vector<std::string> lines = LinesOf(on.Content());
+    const std::vector<std::string> written(lines.begin() + 152, lines.begin() + 158);
+    EXPECT_EQ(written, (std::vector<std::string>{"BandWidth=11", "BandWidth=22", "BandWidth=33", "BandRow=2",
+                                                 "BandJunjo=201", "BandJunjo=0"}));
+    EXPECT_EQ(lines[198], "BandWidth=44");
+    EXPECT_EQ(on.settings.bandOrder, "201");
+}
+
+TEST(SettingsSaveTest, KeepsAFileThatReadingDidNotTakeWhole) {
+    const std::string whole = FileOf(ChangedLines());
+    std::vector<std::string> noEquals = ChangedLines();
+    noEquals[8] = "RS SPEED 9600";
+    const std::string odd[] = {whole.substr(0, whole.size() - 3),
+                               whole.substr(0, 20),
+                               whole + "MORE=1\r\n",
+                               "\xEF\xBB\xBF" + whole,
+                               FileOf(noEquals),
+                               "a=1\nb=2\n",
+                               std::string(99'999, 'x')};
+    for (const std::string& file : odd) {
+        Saving on(file);
+        SaveOutcome outcome = on.Save();
+        EXPECT_EQ(outcome.result, 0);
+        EXPECT_EQ(outcome.keptAs, "setting\\setting.ini.bak");
+        EXPECT_TRUE(on.Content() == FormatSettings(on.settings));
+        EXPECT_TRUE(on.Content(".bak") == file);
+        on.settings.userId = "changed";
+        EXPECT_EQ(on.Save().keptAs, "") << "its own file";
+        on.disk.Put(kPath, "odd again");
+        EXPECT_EQ(on.Save().keptAs, "setting\\setting.ini.bak2");
+        EXPECT_EQ(on.Content(".bak2"), "odd again");
+        EXPECT_TRUE(on.Content(".bak") == file);
+    }
+}
+
+TEST(SettingsSaveTest, FilesThatReadingTookWholeAreReplacedInSilence) {
+    const std::string whole = FileOf(ChangedLines());
+    std::vector<std::string> corrected = ChangedLines();
+    corrected[85] = "FontSize=-30";
+    corrected[135].back() = '3';
+    const std::string taken[] = {whole, FileOf(corrected), whole.substr(0, whole.size() - 1),
+                                 whole.substr(0, whole.find("HOST"))};
+    for (const std::string& file : taken) {
+        Saving on(file);
+        EXPECT_EQ(on.Save().keptAs, "");
+        EXPECT_EQ(on.FileCount(), 1U);
+    }
+
+    Saving first;
+    EXPECT_EQ(first.Save().keptAs, "");
+    first.settings = Loaded(first.Content());
+    EXPECT_EQ(first.Save().keptAs, "") << "what the first run wrote counts as damaged";
+    EXPECT_EQ(first.FileCount(), 1U);
+}
+
+TEST(SettingsSaveTest, AFileThatCannotBeReadIsNotReplaced) {
+    Saving on;
+    on.disk.PutDirectory(kPath);
+    EXPECT_EQ(on.Save().result, -EISDIR);
+    EXPECT_EQ(on.FileCount(), 1U);
+}
+
+TEST(SettingsSaveTest, NothingIsLostWhateverFailsAndWheneverItStops) {
+    const std::string odd = FileOf(ChangedLines()) + "torn";
+    const auto strike = [&](int aftermath, int call) {
+        Saving on(odd);
+        aftermath == 0 ? on.disk.FailCall(call, -EIO) : on.disk.StopAtCall(call);
+        const SaveOutcome outcome = on.Save();
+        const bool struck = on.disk.struck();
+        if (aftermath == 1) on.disk.Restart();
+        if (aftermath > 1) on.disk.PowerCut(aftermath == 2 ? NamesKept::Durable : NamesKept::Written);
+        const bool isNew = on.Content() == FormatSettings(on.settings);
+        EXPECT_TRUE(on.Content() == odd || isNew) << "call " << call << ": " << on.Content();
+        EXPECT_TRUE(on.Content() == odd || on.Content(".bak") == odd) << "call " << call;
+        EXPECT_TRUE(isNew || outcome.result < 0) << "call " << call;
+        EXPECT_TRUE(isNew || struck) << "call " << call;
+        return struck;
+    };
+    for (int aftermath = 0; aftermath < 4; ++aftermath) {
+        SCOPED_TRACE(aftermath);
+        int call = 1;
+        while (strike(aftermath, call))
+            ++call;
+        EXPECT_GT(call, 15);
+    }
+}
+
+}  // namespace
+}  // namespace postkite::core

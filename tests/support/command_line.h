@@ -1,0 +1,38 @@
+#pragma once
+
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/application.h"
+#include "tests/support/memory_file_system.h"
+
+namespace postkite::support {
+
+/// What a run of `postkite` printed and returned.
+struct RunResult {
+    int status = 0;
+    std::string out;
+    std::string err;
+};
+
+/// Runs `postkite` in this process, on the given files, with nobody at the terminal and the working directory
+/// "/mail".
+inline RunResult RunPostkite(MemoryFileSystem& files, std::vector<std::string> arguments,
+                             std::map<std::string, std::string> variables = {}) {
+    std::istringstream in;
+    std::ostringstream out;
+    std::ostringstream err;
+    variables.try_emplace("POSTKITE_DIR", "/mail");
+    cli::Console console{
+        in, out, err, false, false, [&variables](const char* name) -> std::optional<std::string> {
+            const auto found = variables.find(name);
+            if (found == variables.end() || found->second.empty()) return std::nullopt;
+            return found->second;
+        }};
+    const int status = cli::RunPostkite(std::move(arguments), files, console);
+    return {status, out.str(), err.str()};
+}
+
+}  // namespace postkite::support
