@@ -15,6 +15,11 @@ if(POSTKITE_SANITIZE)
   add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(POSTKITE_FUZZ)
+  # The libraries tell the fuzzer which of their branches were reached; the fuzzer itself is in the targets of fuzz/.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 find_program(POSTKITE_CCACHE ccache)
 if(POSTKITE_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${POSTKITE_CCACHE})

@@ -38,8 +38,9 @@ int Program::PrepareChange() {
     const bool safe = WasReadOrMissing(core::kSettingsFileRead, loaded_.settings) &&
                       WasReadOrMissing(core::kEnvironmentsFile, loaded_.environments) &&
                       WasReadOrMissing(core::kHostEntriesFile, loaded_.hostEntries);
-    if (loaded_.environments == -ENOENT) core::FillActiveEnvironment(environments_, settings_);
-    return safe ? 0 : -1;
+    if (!safe) return -1;
+    if (loaded_.environments == -ENOENT) cutSettings_ = core::FillActiveEnvironment(environments_, settings_);
+    return 0;
 }
 
 int Program::SaveSettings() {
@@ -52,15 +53,27 @@ int Program::SaveEnvironments() {
     const core::SaveOutcome outcome = core::SaveEnvironments(*workspace_, environments_, settings_);
     core::ReportSave(*ui_, core::kEnvironmentsFile, outcome);
     if (outcome.result < 0) return -1;
-    loaded_.environments = 0;
+    EnvironmentsAreSaved();
     return 0;
 }
 
 int Program::SwitchEnvironment(int number) {
     core::HostSwitch hostSwitch(*workspace_, settings_, environments_, *ui_, *this);
     const int result = hostSwitch.SwitchEnvironment(number);
-    if (result == 0) loaded_.environments = 0;
+    if (result == 0) EnvironmentsAreSaved();
     return result;
+}
+
+void Program::EnvironmentsAreSaved() {
+    loaded_.environments = 0;
+    if (cutSettings_ > 0) {
+        ui_->ShowMessage(
+            core::kProductName,
+            core::Choose(*ui_, "長すぎる設定の値を接続環境の長さに切り詰めました。"_sjis,
+                         "Settings too long for a connection environment were cut to its lengths."),
+            core::MessageIcon::Warning);
+    }
+    cutSettings_ = 0;
 }
 
 core::Environment* Program::ActiveEnvironment() {

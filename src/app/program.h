@@ -45,6 +45,7 @@ class Program final : private core::HostSwitchPartners {
     [[nodiscard]] int SwitchBank(int number) override;
     void SetEnvironmentChooser(int number) override;
 
+    void EnvironmentsAreSaved();
     [[nodiscard]] bool WasReadOrMissing(std::string_view file, int result);
 
     core::Workspace* workspace_;
@@ -52,6 +53,8 @@ class Program final : private core::HostSwitchPartners {
     core::Settings settings_;
     core::Environments environments_;
     core::LoadOutcome loaded_;
+    int cutSettings_ =
+        0;  ///< how many settings lose their end when the environments are saved for the first time
 };
 
 }  // namespace postkite::app

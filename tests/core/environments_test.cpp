@@ -234,14 +234,14 @@ TEST_F(EnvironmentsTest, TheActiveOneIsFilledWithWhatTheUserHadSet) {
     settings.userId = "x" + std::string("能能能能能能能能能能"_sjis);
     settings.userPassword = "abc";
     settings.modemInitialCommand = "ATZ";
-    FillActiveEnvironment(environments, settings);
+    EXPECT_EQ(FillActiveEnvironment(environments, settings), 1);
     Lines expected = DefaultLines();
     expected[8 * 14 + 1] = "x" + std::string("能能能能能能能能能"_sjis);
     expected[8 * 14 + 2] = "100319";
     expected[8 * 14 + 8] = "ATZ";
     EXPECT_EQ(Saved(environments), FileOf(expected)) << "defaults say nothing";
     settings.currentId = 10;
-    FillActiveEnvironment(environments, settings);
+    EXPECT_EQ(FillActiveEnvironment(environments, settings), 0);
     EXPECT_EQ(Saved(environments), FileOf(expected));
 }
 

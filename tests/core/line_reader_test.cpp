@@ -20,12 +20,12 @@ struct Reading {
         reader.emplace(*file, longestLine);
     }
     int Next() { return ReadLogLine(*reader, line); }
-    /// The lines up to the end, each in quotation marks.
+    /// The lines up to the end, each in brackets, and what the buffer then holds.
     std::string All() {
         std::string all;
         while (Next() == 0)
-            all += '"' + line + '"';
-        return all;
+            all += '[' + line + ']';
+        return all + line;
     }
 
     support::MemoryFileSystem disk;
@@ -36,57 +36,41 @@ struct Reading {
 
 TEST(LineReaderTest, ACrEndsALineAndTheByteBehindItIsDropped) {
     EXPECT_EQ(Reading("").All(), "");
-    EXPECT_EQ(Reading("a\r\n\r\nb\r\n").All(), R"("a""""b")");
-    EXPECT_EQ(Reading("ab\rXcd\r\n").All(), R"("ab""cd")");
-    EXPECT_EQ(Reading("a\r\rb\r\n").All(), R"("a""b")");
-    EXPECT_EQ(Reading("a\nb\n\r\n").All(), "\"a\nb\n\"");
-    EXPECT_EQ(Reading("abc\r").All(), R"("abc")");
-    EXPECT_EQ(Reading("a\r\ncut").All(), R"("a")");
-    const std::string_view zeros("a\0b\r\n\0\r\n", 8);
-    EXPECT_EQ(Reading(zeros).All(), std::string("\"a\0b\"\"\0\"", 8));
+    EXPECT_EQ(Reading("a\r\n\r\nb\r\n").All(), "[a][][b]b");
+    EXPECT_EQ(Reading("ab\rXcd\r\n").All(), "[ab][cd]cd");
+    EXPECT_EQ(Reading("a\r\rb\r\n").All(), "[a][b]b");
+    EXPECT_EQ(Reading("a\nb\n\r\n").All(), "[a\nb\n]a\nb\n");
+    EXPECT_EQ(Reading("abc\r").All(), "[abc]abc");
+    EXPECT_EQ(Reading(std::string_view("a\0b\r\n\0\r\n", 8)).All(), std::string("[a\0b][\0]\0", 9));
 }
 
-TEST(LineReaderTest, AtTheEndThePreviousLineIsLeftBehind) {
-    Reading on("previous\r\n");
-    ASSERT_EQ(on.Next(), 0);
-    EXPECT_EQ(on.Next(), -1);
-    EXPECT_EQ(on.line, "previous");
-    EXPECT_EQ(on.reader->cutLineBytes(), 0U);
-    EXPECT_EQ(on.Next(), -1);
-    EXPECT_EQ(on.line, "previous");
-    EXPECT_EQ(on.reader->error(), 0);
-}
+TEST(LineReaderTest, AtTheEndTheBufferKeepsWhatTheCutLineDoesNotOverwrite) {
+    Reading whole("previous\r\n");
+    EXPECT_EQ(whole.All(), "[previous]previous");
+    EXPECT_EQ(whole.reader->cutLineBytes(), 0U);
+    EXPECT_EQ(whole.Next(), -1);
+    EXPECT_EQ(whole.line, "previous");
 
-TEST(LineReaderTest, ACutLineOverwritesTheBeginningOfThePreviousOne) {
     Reading shorter("previous\r\ncut");
-    ASSERT_EQ(shorter.Next(), 0);
-    EXPECT_EQ(shorter.Next(), -1);
-    EXPECT_EQ(shorter.line, "cutvious");
+    EXPECT_EQ(shorter.All(), "[previous]cutvious");
     EXPECT_EQ(shorter.reader->cutLineBytes(), 3U);
     EXPECT_EQ(shorter.reader->position(), 13U);
     EXPECT_EQ(shorter.Next(), -1);
     EXPECT_EQ(shorter.line, "cutvious");
+    EXPECT_EQ(shorter.reader->error(), 0);
 
-    Reading longer("a\r\nlonger");
-    ASSERT_EQ(longer.Next(), 0);
-    EXPECT_EQ(longer.Next(), -1);
-    EXPECT_EQ(longer.line, "longer");
+    EXPECT_EQ(Reading("a\r\nlonger").All(), "[a]longer");
 }
 
 TEST(LineReaderTest, ThePositionIsThatOfTheNextByte) {
     const std::string_view content = "one\r\n\r\nthree\r";
     Reading on(content);
-    EXPECT_EQ(on.reader->position(), 0U);
-    ASSERT_EQ(on.Next(), 0);
-    EXPECT_EQ(on.reader->position(), 5U);
-    ASSERT_EQ(on.Next(), 0);
-    EXPECT_EQ(on.reader->position(), 7U);
-    ASSERT_EQ(on.Next(), 0);
-    EXPECT_EQ(on.reader->position(), content.size()) << "there is no byte behind the last CR";
-    EXPECT_EQ(on.Next(), -1);
-
-    for (const auto& [position, line] : {std::pair{7, "three"}, {0, "one"}, {5, ""}, {2, "e"}}) {
-        on.reader->Seek(static_cast<std::uint64_t>(position));
+    for (const std::size_t position : {std::size_t{0}, std::size_t{5}, std::size_t{7}, content.size()}) {
+        EXPECT_EQ(on.reader->position(), position);
+        EXPECT_EQ(on.Next(), position == content.size() ? -1 : 0);
+    }
+    for (const auto& [position, line] : {std::pair{7U, "three"}, {0U, "one"}, {5U, ""}, {2U, "e"}}) {
+        on.reader->Seek(position);
         ASSERT_EQ(on.Next(), 0);
         EXPECT_EQ(on.line, line);
     }
@@ -95,31 +79,23 @@ TEST(LineReaderTest, ThePositionIsThatOfTheNextByte) {
 }
 
 TEST(LineReaderTest, BlocksDoNotShow) {
-    for (std::size_t blocks = 1; blocks <= 2; ++blocks) {
-        for (std::size_t length = blocks * kBlockBytes - 5; length <= blocks * kBlockBytes + 2; ++length) {
-            SCOPED_TRACE(length);
-            const std::string first = std::string(length, 'a');
-            Reading on(first + "\r\nbc\r\ncut");
-            ASSERT_EQ(on.Next(), 0);
-            EXPECT_EQ(on.line, first);
-            EXPECT_EQ(on.reader->position(), length + 2);
-            ASSERT_EQ(on.Next(), 0);
-            EXPECT_EQ(on.line, "bc");
-            EXPECT_EQ(on.Next(), -1);
-            EXPECT_EQ(on.line, "cut");
-            on.reader->Seek(length - 1);
-            ASSERT_EQ(on.Next(), 0);
-            EXPECT_EQ(on.line, "a");
-        }
+    for (std::size_t length = 2 * kBlockBytes - 5; length <= 2 * kBlockBytes + 2; ++length) {
+        SCOPED_TRACE(length);
+        const std::string first(length, 'a');
+        Reading on(first + "\r\nbc\r\ncut");
+        ASSERT_EQ(on.Next(), 0);
+        EXPECT_TRUE(on.line == first);
+        EXPECT_EQ(on.reader->position(), length + 2);
+        EXPECT_EQ(on.All(), "[bc]cut");
+        on.reader->Seek(length - 1);
+        EXPECT_EQ(on.All(), "[a][bc]cut");
     }
 }
 
 TEST(LineReaderTest, OfALongLineTheBeginningIsKept) {
-    EXPECT_EQ(Reading("abcdef\r\nwxyz\r\nno\r\n", 4).All(), R"("abcd""wxyz""no")");
+    EXPECT_EQ(Reading("abcdef\r\nwxyz\r\nno\r\n", 4).All(), "[abcd][wxyz][no]no");
     Reading on("previous\r\nabcdef", 4);
-    ASSERT_EQ(on.Next(), 0);
-    EXPECT_EQ(on.Next(), -1);
-    EXPECT_EQ(on.line, "abcd");
+    EXPECT_EQ(on.All(), "[prev]abcd");
     EXPECT_EQ(on.reader->cutLineBytes(), 4U);
 }
 
@@ -162,7 +138,7 @@ TEST(LineReaderTest, AReadThatFailsEndsTheReading) {
     EXPECT_EQ(on.reader->error(), 0);
     EXPECT_EQ(on.Next(), -1);
     EXPECT_EQ(on.reader->error(), -EIO);
-    EXPECT_EQ(on.line.substr(0, 4), "xxxx");
+    EXPECT_EQ(on.line, "xxxxxxxx");
     EXPECT_EQ(on.Next(), -1) << "would go on in the middle of a line";
     EXPECT_EQ(on.reader->error(), -EIO);
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -17,8 +16,8 @@ namespace postkite::support {
 
 /// Files in memory, with faults at the call of a test's choice, and with what a disk would keep: the content
 /// that a file had at its last `Sync`, the entries that a directory had at its last `SyncDirectory`. Paths
-/// are taken from "/", letter case counts, there are no links. Call numbers are counted from 1, the next call
-/// that is made.
+/// are taken from "/", letter case counts, there are no links. Calls and writes are numbered from 1, the next
+/// one that is made.
 class MemoryFileSystem final : public core::FileSystem {
   public:
     MemoryFileSystem();
@@ -31,27 +30,25 @@ class MemoryFileSystem final : public core::FileSystem {
     void PutDirectory(const std::filesystem::path& path);
     /// The written content; nullopt where there is no file.
     [[nodiscard]] std::optional<std::string> Get(const std::filesystem::path& path) const;
-    [[nodiscard]] bool Exists(const std::filesystem::path& path) const;
+    [[nodiscard]] bool Exists(const std::filesystem::path& path) const { return Find(path) != nullptr; }
     /// The names in a directory, in order.
     [[nodiscard]] std::vector<std::string> Names(const std::filesystem::path& directory) const;
 
-    // Faults. Each strikes once; a restart disarms those that have not struck.
-
     /// The n-th call does nothing and fails with `error`, a negated errno value.
-    void FailCall(int n, int error);
+    void FailCall(int n, int error) { failures_[calls_ + n] = error; }
     /// The n-th write stores `storedBytes` of its bytes, then the disk is full.
-    void ShortWrite(int n, std::size_t storedBytes);
+    void ShortWrite(int n, std::size_t storedBytes) { writeFaults_[writes_ + n] = {storedBytes, false}; }
     /// From the n-th call on, every call fails with -EIO and changes nothing: the program is gone.
-    void StopAtCall(int n);
+    void StopAtCall(int n) { stopAt_ = calls_ + n; }
     /// The same from within the n-th write, which has stored `storedBytes`.
-    void StopWithinWrite(int n, std::size_t storedBytes);
-    /// Whether a fault has struck since the last restart.
+    void StopWithinWrite(int n, std::size_t storedBytes) { writeFaults_[writes_ + n] = {storedBytes, true}; }
+    /// Whether one of these has come about since the last restart.
     [[nodiscard]] bool struck() const { return struck_; }
     /// Calls made, since the beginning.
     [[nodiscard]] int calls() const { return calls_; }
 
     /// The program was killed and a new one comes: what was written stays, locks are free, what was open is
-    /// dead.
+    /// dead, and faults that have not come about will not.
     void Restart();
 
     enum class NamesKept { Durable, Written };
@@ -82,8 +79,8 @@ class MemoryFileSystem final : public core::FileSystem {
     };
 
     [[nodiscard]] int Enter();
-    [[nodiscard]] int Find(const std::filesystem::path& path, std::shared_ptr<Node>& node) const;
-    [[nodiscard]] int FindDirectory(const std::filesystem::path& path, std::shared_ptr<Node>& node) const;
+    [[nodiscard]] int EnterDirectory(const std::filesystem::path& path, std::shared_ptr<Node>& node);
+    [[nodiscard]] std::shared_ptr<Node> Find(const std::filesystem::path& path) const;
     [[nodiscard]] std::shared_ptr<Node> MakeDirectories(const std::filesystem::path& path);
 
     std::shared_ptr<Node> root_;
