@@ -68,8 +68,8 @@ void DefaultEnvironments(Environments& environments);
 void CopyActiveEnvironment(const Environments& environments, Settings& settings);
 
 /// The other way round, for the first time that environments are saved: gives the active environment what the
-/// user has set without it. Settings that have their default value say nothing and are passed over. Returns how
-/// many values had to be cut to the length of their field.
+/// user has set without it. Settings that have their default value say nothing and are passed over. Returns
+/// how many values had to be cut to the length of their field.
 [[nodiscard]] int FillActiveEnvironment(Environments& environments, const Settings& settings);
 
 /// The setting that an environment's text is copied into, or nullptr.
@@ -113,9 +113,9 @@ class HostSwitch {
     HostSwitch(Workspace& workspace, Settings& settings, Environments& environments, UserInterface& ui,
                HostSwitchPartners& partners);
 
-    /// Makes environment `number` the active one and saves the environments. While a session runs it says so and
-    /// changes nothing. Returns 0, or -1 when it was refused or the file could not be saved; also, without a word,
-    /// for a number that no environment has.
+    /// Makes environment `number` the active one and saves the environments. While a session runs it says so
+    /// and changes nothing. Returns 0, or -1 when it was refused or the file could not be saved; also,
+    /// without a word, for a number that no environment has.
     [[nodiscard]] int SwitchEnvironment(int number);
 
     /// Makes the settings follow `settings.currentHostL`: the environment or host entry of that index, and
