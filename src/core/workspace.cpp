@@ -86,10 +86,11 @@ bool Workspace::IsSafeComponent(std::string_view component) {
 }
 
 int Workspace::LocateComponent(const std::filesystem::path& directory, std::string_view component,
-                               std::filesystem::path& path) const {
+                               LetterCase letterCase, std::filesystem::path& path) const {
     const std::optional<std::u8string> native = NativeComponent(component);
     if (!native) return -EINVAL;
     path = directory / *native;
+    if (letterCase == LetterCase::AsSpelled) return 0;
     EntryKind kind{};
     const int inspected = fileSystem_->Inspect(path, kind);
     if (inspected < 0 || kind != EntryKind::Missing) return inspected;
@@ -111,6 +112,10 @@ int Workspace::LocateComponent(const std::filesystem::path& directory, std::stri
 }
 
 int Workspace::Locate(std::string_view name, std::filesystem::path& path) const {
+    return Locate(name, LetterCase::Any, path);
+}
+
+int Workspace::Locate(std::string_view name, LetterCase lastComponent, std::filesystem::path& path) const {
     if (IsAbsolute(name)) return -EINVAL;
     std::filesystem::path found = root_;
     while (!name.empty()) {
@@ -120,7 +125,8 @@ int Workspace::Locate(std::string_view name, std::filesystem::path& path) const 
         // "log\" and ".\log" are ways to say "log".
         if (component.empty() || component == ".") continue;
         std::filesystem::path next;
-        const int located = LocateComponent(found, component, next);
+        const LetterCase letterCase = name.empty() ? lastComponent : LetterCase::Any;
+        const int located = LocateComponent(found, component, letterCase, next);
         if (located < 0) return located;
         found = std::move(next);
     }
@@ -140,10 +146,50 @@ int Workspace::Inspect(std::string_view name, EntryKind& kind) const {
     return located < 0 ? located : fileSystem_->Inspect(path, kind);
 }
 
+int Workspace::InspectExactly(std::string_view name, EntryKind& kind) const {
+    std::filesystem::path path;
+    const int located = Locate(name, LetterCase::AsSpelled, path);
+    return located < 0 ? located : fileSystem_->Inspect(path, kind);
+}
+
 int Workspace::CreateDirectory(std::string_view name) {
     std::filesystem::path path;
     const int located = Locate(name, path);
     return located < 0 ? located : MakeDirectory(path);
+}
+
+int Workspace::Remove(std::string_view name) {
+    std::filesystem::path path;
+    const int located = LocateFile(name, path);
+    return located < 0 ? located : fileSystem_->Remove(path);
+}
+
+int Workspace::Rename(std::string_view from, std::string_view to) {
+    std::filesystem::path fromPath;
+    std::filesystem::path toPath;
+    int result = LocateFile(from, fromPath);
+    if (result == 0) result = LocateFile(to, toPath);
+    return result < 0 ? result : fileSystem_->Rename(fromPath, toPath);
+}
+
+int Workspace::SyncNames(std::string_view name) {
+    std::filesystem::path path;
+    const int located = LocateFile(name, path);
+    return located < 0 ? located : fileSystem_->SyncDirectory(path.parent_path());
+}
+
+int Workspace::List(std::string_view directory, std::vector<std::string>& names) const {
+    names.clear();
+    std::filesystem::path path;
+    int result = Locate(directory, path);
+    std::vector<std::filesystem::path> entries;
+    if (result == 0) result = fileSystem_->List(path, entries);
+    if (result < 0) return result;
+    for (const std::filesystem::path& entry : entries) {
+        if (std::optional<std::string> name = FromUtf8(entry.u8string())) names.push_back(std::move(*name));
+    }
+    std::sort(names.begin(), names.end());
+    return 0;
 }
 
 int Workspace::MakeDirectory(const std::filesystem::path& path) {

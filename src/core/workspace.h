@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/file_system.h"
 
@@ -38,7 +39,16 @@ class Workspace {
 
     [[nodiscard]] int Open(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const;
     [[nodiscard]] int Inspect(std::string_view name, EntryKind& kind) const;
+    /// The same for a name that this program alone makes: only its own spelling counts, which spares the search for others.
+    [[nodiscard]] int InspectExactly(std::string_view name, EntryKind& kind) const;
     [[nodiscard]] int CreateDirectory(std::string_view name);
+    [[nodiscard]] int Remove(std::string_view name);
+    /// Puts `from` in the place of `to` in one step.
+    [[nodiscard]] int Rename(std::string_view from, std::string_view to);
+    /// Returns when the names in the directory that holds `name` are on the disk itself, as the three above left them.
+    [[nodiscard]] int SyncNames(std::string_view name);
+    /// The entries of a directory, in order, without those whose names the code page lacks. "." is the root.
+    [[nodiscard]] int List(std::string_view directory, std::vector<std::string>& names) const;
 
     /// Puts `bytes` in the place of the file `name`, or makes it. Whatever the moment of a crash, the name
     /// leads to the whole old or the whole new content; when this returns 0, to the new one for good. The
@@ -54,8 +64,10 @@ class Workspace {
     [[nodiscard]] int Lock(bool wait, WorkspaceLock& lock);
 
   private:
+    enum class LetterCase { Any, AsSpelled };
     [[nodiscard]] int LocateComponent(const std::filesystem::path& directory, std::string_view component,
-                                      std::filesystem::path& path) const;
+                                      LetterCase letterCase, std::filesystem::path& path) const;
+    [[nodiscard]] int Locate(std::string_view name, LetterCase lastComponent, std::filesystem::path& path) const;
     [[nodiscard]] int LocateFile(std::string_view name, std::filesystem::path& path) const;
     [[nodiscard]] int MakeDirectory(const std::filesystem::path& path);
     [[nodiscard]] int WriteBeside(const std::filesystem::path& beside, std::string_view bytes);

@@ -11,12 +11,10 @@
 namespace postkite::app {
 namespace {
 
-using core::MessageIcon;
 using core::operator""_sjis;
 using support::ShownMessage;
 
 constexpr const char* kSettings = "/mail/Setting/setting.ini";
-constexpr const char* kEnvironments = "/mail/Setting/Hostdata.ini";
 
 class ProgramTest : public ::testing::Test {
   protected:
@@ -61,7 +59,6 @@ TEST_F(ProgramTest, WhatOneSavesTheNextReads) {
 
 TEST_F(ProgramTest, EnvironmentsWithoutSettingsSurviveAChange) {
     SaveEarlier(2);
-    const std::string environments = disk.Get(kEnvironments).value();
     ASSERT_EQ(disk.Remove(kSettings), 0);
     program.Start();
     EXPECT_EQ(program.environments().entries[2].name, "") << "start-up passes them over";
@@ -78,20 +75,22 @@ TEST_F(ProgramTest, EnvironmentsWithoutSettingsSurviveAChange) {
 }
 
 TEST_F(ProgramTest, SettingsWithoutEnvironmentsSurviveASwitch) {
-    disk.Put(kSettings, "a\r\nb\r\nc\r\nd\r\ne\r\nPHONE NUMBER=03-1234\r\n");
+    disk.Put(kSettings, "a\r\nb\r\nc\r\nd\r\ne\r\nPHONE NUMBER=0123456789-123456789-123\r\n");
     program.Start();
     ASSERT_EQ(program.PrepareChange(), 0);
     ASSERT_EQ(program.SwitchEnvironment(5), 0);
     EXPECT_EQ(program.settings().phoneNumber, "");
     ASSERT_EQ(program.SwitchEnvironment(0), 0);
-    EXPECT_EQ(program.settings().phoneNumber, "03-1234");
+    EXPECT_EQ(program.settings().phoneNumber, "0123456789-12345678");
+    const std::string_view text = "長すぎる設定の値を接続環境の長さに切り詰めました。"_sjis;
+    const ShownMessage expected = {"Postkite", std::string(text), core::MessageIcon::Warning};
+    EXPECT_EQ(ui.messages, std::vector{expected}) << "once";
 }
 
 TEST_F(ProgramTest, AFileThatCannotBeReadForbidsEveryChange) {
-    const std::string names[] = {"setting.ini", "Hostdata.ini", "HostEntry.ini"};
-    for (const std::string& name : names) {
+    for (const std::string name : {"setting.ini", "Hostdata.ini", "HostEntry.ini"}) {
         support::MemoryFileSystem broken;
-        for (const std::string& other : names)
+        for (const std::string other : {"setting.ini", "Hostdata.ini", "HostEntry.ini"})
             if (other != name) broken.Put("/mail/Setting/" + other, "a=1\r\n");
         broken.PutDirectory("/mail/Setting/" + name);
         core::Workspace there(broken, "/mail");
@@ -100,25 +99,21 @@ TEST_F(ProgramTest, AFileThatCannotBeReadForbidsEveryChange) {
         unlucky.Start();
         EXPECT_TRUE(ui.messages.empty());
         EXPECT_EQ(unlucky.PrepareChange(), -1);
-        const ShownMessage expected = {
-            "Postkite",
-            "Setting\\" + name +
-                std::string(
-                    " を読み込めないため、変更を中止しました。（ファイルではなくディレクトリです）"_sjis),
-            MessageIcon::Stop};
+        const std::string_view text =
+            " を読み込めないため、変更を中止しました。（ファイルではなくディレクトリです）"_sjis;
+        const ShownMessage expected = {"Postkite", ("Setting\\" + name).append(text),
+                                       core::MessageIcon::Stop};
         EXPECT_EQ(ui.messages, std::vector{expected});
     }
-}
-
-TEST_F(ProgramTest, AReadThatFailsForbidsEveryChange) {
     SaveEarlier(2);
-    for (int call = 1, struck = 1; struck == 1; ++call) {
+    bool struck = true;
+    for (int call = 1; struck; ++call) {
         Program unlucky(workspace, ui);
         disk.FailCall(call, -EIO);
         unlucky.Start();
-        struck = disk.struck() ? 1 : 0;
+        struck = disk.struck();
         disk.Restart();
-        EXPECT_EQ(unlucky.PrepareChange(), struck == 1 ? -1 : 0) << "call " << call;
+        EXPECT_EQ(unlucky.PrepareChange(), struck ? -1 : 0) << "call " << call;
     }
 }
 

@@ -132,13 +132,14 @@ TEST(LineReaderTest, AHugeLineDoesNotFillTheMemory) {
 }
 
 TEST(LineReaderTest, AReadThatFailsEndsTheReading) {
-    Reading on("previous\r\n" + std::string(kBlockBytes - 13, 'x') + "ab cd\r\nlast\r\n");
+    const std::string beginning(kBlockBytes - 13, 'x');
+    Reading on("previous\r\n" + beginning + "ab cd\r\nlast\r\n");
     on.disk.FailCall(2, -EIO);
     ASSERT_EQ(on.Next(), 0);
     EXPECT_EQ(on.reader->error(), 0);
     EXPECT_EQ(on.Next(), -1);
     EXPECT_EQ(on.reader->error(), -EIO);
-    EXPECT_EQ(on.line, "xxxxxxxx");
+    EXPECT_TRUE(on.line == beginning + "ab ");
     EXPECT_EQ(on.Next(), -1) << "would go on in the middle of a line";
     EXPECT_EQ(on.reader->error(), -EIO);
 }

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <map>
 #include <set>
-#include <vector>
 
 #include "core/password_scrambling.h"
 #include "core/settings_table.h"
@@ -16,7 +15,7 @@ namespace postkite::core {
 namespace {
 
 using support::MemoryFileSystem;
-using NamesKept = MemoryFileSystem::NamesKept;
+using Lines = std::vector<std::string>;
 
 constexpr const char* kPath = "/mail/Setting/setting.ini";
 
@@ -57,43 +56,35 @@ Bank=0|受信メールビューア=1|NewsRealName=|NewsMailAddress=|BandWidth=10
 MyMachineName=|
 )";
 
-/// The lines of a file that has nothing but whole ones.
-std::vector<std::string> LinesOf(std::string_view bytes) {
-    std::vector<std::string> lines;
-    for (std::size_t end = 0; (end = bytes.find("\r\n")) != std::string_view::npos;
-         bytes.remove_prefix(end + 2))
-        lines.emplace_back(bytes.substr(0, end));
-    return lines;
-}
-
-std::string FileOf(const std::vector<std::string>& lines) {
+std::string FileOf(const Lines& lines) {
     std::string bytes;
     for (const std::string& line : lines)
         bytes += line + "\r\n";
     return bytes;
 }
 
-std::vector<std::string> DefaultLines() {
-    std::string text = FromUtf8(kDefaultFile).value();
-    std::erase(text, '\n');
-    std::string bytes;
-    for (const char character : text)
-        character == '|' ? bytes += "\r\n" : bytes += character;
-    return LinesOf(bytes);
+Lines DefaultLines() {
+    Lines lines(1);
+    const std::string text = FromUtf8(kDefaultFile).value();
+    for (const char byte : text) {
+        if (byte == '|') lines.emplace_back();
+        if (byte != '|' && byte != '\n') lines.back() += byte;
+    }
+    lines.pop_back();
+    return lines;
 }
 
 /// The file of a program in which every value has been changed, within its bounds.
-std::vector<std::string> ChangedLines() {
-    std::vector<std::string> lines = DefaultLines();
+Lines ChangedLines() {
+    Lines lines = DefaultLines();
     for (std::size_t i = 0; i < lines.size(); ++i) {
-        const SettingLine& line = SettingLines()[i];
+        const SettingLine::Kind kind = SettingLines()[i].kind;
         std::string value = std::to_string(i + 1001);
-        if (line.kind == SettingLine::Kind::Text) value = std::string("値=能"_sjis) + value;
-        if (line.kind == SettingLine::Kind::Secret) ScramblePassword(value);
-        const std::pair<std::size_t, std::string_view> bounded[] = {
+        if (kind == SettingLine::Kind::Text) value = std::string("値=能"_sjis) + value;
+        if (kind == SettingLine::Kind::Secret) ScramblePassword(value);
+        const std::map<std::size_t, std::string> bounded = {
             {86, "-12"}, {136, "10"}, {139, "1"}, {156, "3"}, {157, "210"}};
-        for (const auto& [number, inBounds] : bounded)
-            if (i + 1 == number) value = inBounds;
+        if (bounded.contains(i + 1)) value = bounded.at(i + 1);
         lines[i].replace(lines[i].find('=') + 1, std::string::npos, value);
     }
     return lines;
@@ -108,21 +99,20 @@ Settings Loaded(std::string_view bytes, ToolBarStyle style = ToolBarStyle::Plain
     return settings;
 }
 
-/// The default file with line `number`, counted from 1, put in another's place.
-Settings LoadedWith(std::size_t number, std::string_view line) {
-    std::vector<std::string> lines = DefaultLines();
+/// The default file with something else as line `number`, counted from 1.
+Settings LoadedWith(std::size_t number, std::string_view line, ToolBarStyle style = ToolBarStyle::Plain) {
+    Lines lines = DefaultLines();
     lines[number - 1] = line;
-    return Loaded(FileOf(lines));
+    return Loaded(FileOf(lines), style);
 }
 
 TEST(SettingsFileTest, TheDefaultsAreTheseBytes) {
     ASSERT_EQ(DefaultLines().size(), 202U);
-    EXPECT_EQ(LinesOf(FormatSettings(Settings())), DefaultLines());
     EXPECT_EQ(FormatSettings(Settings()), FileOf(DefaultLines()));
 }
 
 TEST(SettingsFileTest, EveryValueSurvivesInAPlaceOfItsOwn) {
-    EXPECT_EQ(LinesOf(FormatSettings(Loaded(FileOf(ChangedLines())))), ChangedLines());
+    EXPECT_EQ(FormatSettings(Loaded(FileOf(ChangedLines()))), FileOf(ChangedLines()));
     Settings settings;
     std::set<const void*> places;
     for (const SettingLine& line : SettingLines()) {
@@ -133,93 +123,29 @@ TEST(SettingsFileTest, EveryValueSurvivesInAPlaceOfItsOwn) {
 }
 
 TEST(SettingsFileTest, LinesAreTakenByTheirPositionWhateverTheirKey) {
-    std::vector<std::string> numbered;
+    Lines numbered;
     for (int number = 1; number <= 202; ++number)
         numbered.push_back("key=" + std::to_string(number));
     const Settings s = Loaded(FileOf(numbered));
-    const std::vector<std::string> texts = {s.hostName,
-                                            s.phoneNumber,
-                                            s.fenicsLoad,
-                                            s.rsPort,
-                                            s.rsSpeed,
-                                            s.pbDp,
-                                            s.userId,
-                                            s.modemInitialCommand,
-                                            s.logFilePath,
-                                            s.mailBoxPathName[0],
-                                            s.connectSound,
-                                            s.disconnectSound,
-                                            s.quotationMark,
-                                            s.forumName,
-                                            s.lastDate,
-                                            s.fontName,
-                                            s.errorSoundFile,
-                                            s.attachDirectory,
-                                            s.nifFrom,
-                                            s.mailBoxPathName[1],
-                                            s.mailBoxPathName[4],
-                                            s.patrol,
-                                            s.mailBoxPathName[5],
-                                            s.mailBoxPathName[19],
-                                            s.newsRealName,
-                                            s.newsMailAddress,
-                                            s.myMachineName};
-    EXPECT_EQ(texts,
-              (std::vector<std::string>{"5",   "6",   "7",   "8",   "9",   "13",  "14",  "18",  "24",
-                                        "25",  "28",  "29",  "46",  "57",  "82",  "87",  "88",  "91",
-                                        "112", "143", "146", "151", "161", "175", "197", "198", "202"}));
-    const std::vector<std::int32_t> integers = {s.mailWindowLeft,
-                                                s.mailWindowTop,
-                                                s.monitorWindow,
-                                                s.listHeight,
-                                                s.redialInterval,
-                                                s.redialTimes,
-                                                s.sound,
-                                                s.redial,
-                                                s.speakerOn,
-                                                s.highSpeedUpload,
-                                                s.log,
-                                                s.bodyTop,
-                                                s.bodyLeft,
-                                                s.bodyWidth,
-                                                s.bodyHeight,
-                                                s.autoMode,
-                                                s.dateLogName,
-                                                s.savePassword,
-                                                s.sendLog,
-                                                s.extensionDialling,
-                                                s.currentId,
-                                                s.listWidth[0],
-                                                s.listWidth[9],
-                                                s.errorSound,
-                                                s.editDialogUi[0],
-                                                s.editDialogUi[5],
-                                                s.maximisedAtEnd,
-                                                s.filterAtEnd,
-                                                s.distinguishCase,
-                                                s.filterReceive,
-                                                s.autoQuit,
-                                                s.toolBarFlag,
-                                                s.currentHostL,
-                                                s.patrolAtSetTimes,
-                                                s.noReceiveIntoBanks12,
-                                                s.bankFollowsEnvironment,
-                                                s.receiveWhenSending,
-                                                s.replySubjectStyle,
-                                                s.bandWidth[0],
-                                                s.bandWidth[2],
-                                                s.bandOrderFlag,
-                                                s.nowBoxNo,
-                                                s.bank[0],
-                                                s.bank[19],
-                                                s.bandWidth[3],
-                                                s.mailingListTitle};
-    EXPECT_EQ(integers, (std::vector<std::int32_t>{1,   2,   19,  20,  26,  27,  36,  37,  38,  42,  47,  48,
-                                                   49,  50,  51,  52,  55,  56,  58,  59,  64,  70,  79,  89,
-                                                   97,  102, 123, 125, 126, 127, 131, 133, 135, 142, 148, 149,
-                                                   150, 152, 153, 155, 158, 159, 176, 195, 199, 201}));
-
-    std::vector<std::string> swapped = DefaultLines();
+    const auto list = [](const auto&... values) { return std::vector{values...}; };
+    EXPECT_EQ(list(s.hostName, s.phoneNumber, s.fenicsLoad, s.rsPort, s.rsSpeed, s.pbDp, s.userId,
+                   s.modemInitialCommand, s.logFilePath, s.mailBoxPathName[0], s.forumName),
+              (Lines{"5", "6", "7", "8", "9", "13", "14", "18", "24", "25", "57"}));
+    EXPECT_EQ(list(s.fontName, s.attachDirectory, s.nifFrom, s.mailBoxPathName[1], s.mailBoxPathName[4],
+                   s.patrol, s.mailBoxPathName[5], s.mailBoxPathName[19], s.newsRealName, s.myMachineName),
+              (Lines{"87", "91", "112", "143", "146", "151", "161", "175", "197", "202"}));
+    EXPECT_EQ(list(s.mailWindowLeft, s.mailWindowTop, s.redialInterval, s.redialTimes, s.sound, s.redial,
+                   s.speakerOn, s.highSpeedUpload, s.log, s.autoMode, s.dateLogName, s.savePassword,
+                   s.sendLog, s.currentId, s.listWidth[0], s.listWidth[9]),
+              list(1, 2, 26, 27, 36, 37, 38, 42, 47, 52, 55, 56, 58, 64, 70, 79));
+    EXPECT_EQ(list(s.editDialogUi[0], s.editDialogUi[5], s.maximisedAtEnd, s.filterAtEnd, s.distinguishCase,
+                   s.filterReceive, s.autoQuit, s.toolBarFlag, s.currentHostL, s.noReceiveIntoBanks12,
+                   s.bankFollowsEnvironment, s.receiveWhenSending, s.replySubjectStyle),
+              list(97, 102, 123, 125, 126, 127, 131, 133, 135, 148, 149, 150, 152));
+    EXPECT_EQ(list(s.bandWidth[0], s.bandWidth[2], s.bandOrderFlag, s.nowBoxNo, s.bank[0], s.bank[19],
+                   s.bandWidth[3], s.mailingListTitle),
+              list(153, 155, 158, 159, 176, 195, 199, 201));
+    Lines swapped = DefaultLines();
     std::swap(swapped[2], swapped[3]);
     EXPECT_EQ(Loaded(FileOf(swapped)).mailWindowWidth, 400);
     EXPECT_EQ(Loaded(FileOf(swapped)).mailWindowHeight, 600);
@@ -228,19 +154,13 @@ TEST(SettingsFileTest, LinesAreTakenByTheirPositionWhateverTheirKey) {
 TEST(SettingsFileTest, TheValueIsAllThatFollowsTheFirstEqualsSign) {
     EXPECT_EQ(LoadedWith(62, "PUTComlineOPT=/a=1 /b=").printUtilityOptions, "/a=1 /b=");
     EXPECT_EQ(LoadedWith(5, "= x\t").hostName, " x\t");
+    EXPECT_EQ(LoadedWith(15, "USERPASSWORD=100319").userPassword, "abc");
     EXPECT_EQ(LoadedWith(2, "k=  -12px").mailWindowTop, -12);
     EXPECT_EQ(LoadedWith(19, "k=").monitorWindow, 0);
     EXPECT_EQ(LoadedWith(2, "k=-2147483649").mailWindowTop, -2147483647 - 1);
-    EXPECT_EQ(LoadedWith(2, "k=2147483648").mailWindowTop, 2147483647);
     EXPECT_EQ(LoadedWith(9, "RS SPEED 9600").rsSpeed, "2400") << "no value, so the default stands";
-    EXPECT_EQ(LoadedWith(9, "").rsSpeed, "2400");
-    EXPECT_EQ(LoadedWith(9, std::string_view("k=96\0"
-                                             "00",
-                                             7))
-                  .rsSpeed,
-              "96");
+    EXPECT_EQ(LoadedWith(9, std::string_view("k=96\0x", 6)).rsSpeed, "96");
     EXPECT_EQ(LoadedWith(9, std::string_view("k\0=9600", 7)).rsSpeed, "2400");
-    EXPECT_EQ(LoadedWith(15, "USERPASSWORD=100319").userPassword, "abc");
 }
 
 TEST(SettingsFileTest, ValuesTooLongAreCutBetweenCharacters) {
@@ -252,63 +172,51 @@ TEST(SettingsFileTest, ValuesTooLongAreCutBetweenCharacters) {
     EXPECT_EQ(LoadedWith(161, "k=" + many).mailBoxPathName[5], many.substr(0, 510));
     const Settings huge = LoadedWith(5, "k=" + std::string(10 * 1024 * 1024, 'x'));
     EXPECT_EQ(huge.hostName, std::string(512, 'x'));
-    EXPECT_EQ(huge.fenicsLoad, "2") << "the lines behind the huge one";
-    EXPECT_EQ(huge.fontSize, -16);
+    EXPECT_EQ(huge.fenicsLoad + huge.rsSpeed, "22400") << "the lines behind the huge one";
 }
 
 TEST(SettingsFileTest, CorrectsTheseValuesAlone) {
-    const std::pair<int, int> heights[] = {{50, 200}, {199, 200}, {200, 200}, {201, 201}, {-1, 200}};
-    for (const auto& [stored, read] : heights) {
-        EXPECT_EQ(LoadedWith(3, "k=" + std::to_string(stored)).mailWindowWidth, read);
-        EXPECT_EQ(LoadedWith(4, "k=" + std::to_string(stored)).mailWindowHeight, read);
+    using Pairs = std::vector<std::pair<std::string, int>>;
+    for (const auto& [stored, read] :
+         Pairs{{"50", 200}, {"199", 200}, {"200", 200}, {"201", 201}, {"-1", 200}}) {
+        EXPECT_EQ(LoadedWith(3, "k=" + stored).mailWindowWidth, read);
+        EXPECT_EQ(LoadedWith(4, "k=" + stored).mailWindowHeight, read);
     }
-    const std::pair<int, int> fonts[] = {{-6, 0}, {-7, -7}, {-20, -20}, {-21, 0}, {0, 0}, {16, 0}};
-    for (const auto& [stored, read] : fonts)
-        EXPECT_EQ(LoadedWith(86, "k=" + std::to_string(stored)).fontSize, read);
-    const std::pair<int, int> rows[] = {{0, 1}, {1, 1}, {2, 2}, {3, 3}, {4, 1}, {-1, 1}};
-    for (const auto& [stored, read] : rows)
-        EXPECT_EQ(LoadedWith(156, "k=" + std::to_string(stored)).bandRow, read);
-    for (const std::string_view order : {"012", "021", "102", "120", "201", "210"})
-        EXPECT_EQ(LoadedWith(157, std::string("k=").append(order)).bandOrder, order);
-    for (const std::string_view order : {"0123", "013", "", "01", "011", "000", "222", " 012", "abc"})
-        EXPECT_EQ(LoadedWith(157, std::string("k=").append(order)).bandOrder, "012");
-    EXPECT_EQ(LoadedWith(136, "k=3").environmentCount, 10);
-    EXPECT_EQ(LoadedWith(136, "none").environmentCount, 10);
-    EXPECT_EQ(LoadedWith(139, "k=0").hideDialUpMenu, 1);
+    for (const auto& [stored, read] :
+         Pairs{{"-6", 0}, {"-7", -7}, {"-20", -20}, {"-21", 0}, {"0", 0}, {"16", 0}})
+        EXPECT_EQ(LoadedWith(86, "k=" + stored).fontSize, read);
+    for (const auto& [stored, read] : Pairs{{"0", 1}, {"1", 1}, {"2", 2}, {"3", 3}, {"4", 1}, {"-1", 1}})
+        EXPECT_EQ(LoadedWith(156, "k=" + stored).bandRow, read);
+    for (const std::string order : {"012", "021", "102", "120", "201", "210"})
+        EXPECT_EQ(LoadedWith(157, "k=" + order).bandOrder, order);
+    for (const std::string order : {"0123", "013", "", "01", "011", "000", "222", " 012", "abc"})
+        EXPECT_EQ(LoadedWith(157, "k=" + order).bandOrder, "012");
+    for (const std::string_view line : {"k=3", "none"}) {
+        EXPECT_EQ(LoadedWith(136, line).environmentCount, 10);
+        EXPECT_EQ(LoadedWith(139, line).hideDialUpMenu, 1);
+    }
     EXPECT_EQ(LoadedWith(64, "k=77").currentId, 77) << "taken as it stands";
-}
-
-TEST(SettingsFileTest, TheToolBarsHeightFollowsItsFlagAndStyle) {
     for (const auto& [style, height] : {std::pair{ToolBarStyle::Plain, 39}, {ToolBarStyle::Bands, 100}}) {
-        std::vector<std::string> lines = DefaultLines();
-        EXPECT_EQ(Loaded(FileOf(lines), style).toolBarHeight, height);
         EXPECT_EQ(Loaded("", style).toolBarHeight, height);
-        for (const std::string_view flag : {"ToolBarFlag=0", "ToolBarFlag=2"}) {
-            lines[132] = flag;
-            EXPECT_EQ(Loaded(FileOf(lines), style).toolBarHeight, 0);
-        }
+        for (const auto& [flag, read] : Pairs{{"0", 0}, {"1", height}, {"2", 0}})
+            EXPECT_EQ(LoadedWith(133, "k=" + flag, style).toolBarHeight, read);
     }
 }
 
 TEST(SettingsFileTest, AFileCutAnywhereReadsAsTheLinesBeforeTheCut) {
-    const std::vector<std::string> defaults = DefaultLines();
-    const std::vector<std::string> changed = ChangedLines();
+    const Lines changed = ChangedLines();
     const std::string whole = FileOf(changed);
-    std::vector<std::string> expected = defaults;
+    Lines expected = DefaultLines();
     std::size_t lines = 0;
     for (std::size_t length = 0; length <= whole.size(); ++length) {
         if (length > 0 && whole[length - 1] == '\r') {
             expected[lines] = changed[lines];
             ++lines;
         }
-        const Settings settings = Loaded(std::string_view(whole).substr(0, length));
-        ASSERT_EQ(FormatSettings(settings), FileOf(expected)) << "cut at " << length;
-        ASSERT_EQ(settings.toolBarHeight, settings.toolBarFlag == 1 ? 39 : 0);
+        ASSERT_EQ(FormatSettings(Loaded(whole.substr(0, length))), FileOf(expected)) << "cut at " << length;
     }
-    ASSERT_EQ(lines, 202U);
-    const Settings four = Loaded("a=10\r\nb=20\r\nc=300\r\nd=500\r\ne=not ended");
+    const Settings four = Loaded("a=10\r\nb=20\r\nc=300\r\nd=500\r\n");
     EXPECT_EQ(four.mailWindowHeight, 500);
-    EXPECT_EQ(four.hostName, "");
     EXPECT_EQ(four.toolBarHeight, 39);
 }
 
@@ -324,6 +232,9 @@ struct Saving {
         return disk.Get(kPath + suffix).value_or("(none)");
     }
     [[nodiscard]] std::size_t FileCount() const { return disk.Names("/mail/Setting").size(); }
+    [[nodiscard]] bool Has(const std::string& lines) const {
+        return ("\n" + Content()).find("\n" + lines + "\r\n") != std::string::npos;
+    }
 
     MemoryFileSystem disk;
     Workspace workspace{disk, "/mail"};
@@ -336,18 +247,14 @@ TEST(SettingsSaveTest, PasswordsAreScrambledOrLeftOut) {
     on.settings.encryptionKey = "q";
     on.settings.startUpPassword = "qa";
     ASSERT_EQ(on.Save().result, 0);
-    std::vector<std::string> lines = LinesOf(on.Content());
-    EXPECT_EQ(lines[14], "USERPASSWORD=100319");
-    EXPECT_EQ(lines[40], "ENCRIPTION KEY=00");
-    EXPECT_EQ(lines[114], std::string("起動時パスワード=0000"_sjis));
+    EXPECT_TRUE(on.Has("USERPASSWORD=100319") && on.Has("ENCRIPTION KEY=00"));
+    EXPECT_TRUE(on.Has(std::string("起動時パスワード=0000"_sjis)));
     EXPECT_EQ(Loaded(on.Content()).startUpPassword, "qa");
 
     on.settings.savePassword = 0;
     ASSERT_EQ(on.Save().result, 0);
     EXPECT_EQ(on.settings.userPassword, "");
-    lines = LinesOf(on.Content());
-    EXPECT_EQ(lines[14], "USERPASSWORD=");
-    EXPECT_EQ(lines[40], "ENCRIPTION KEY=00");
+    EXPECT_TRUE(on.Has("USERPASSWORD=") && on.Has("ENCRIPTION KEY=00"));
     EXPECT_EQ(on.FileCount(), 1U) << "the old password is still on the disk";
 }
 
@@ -355,17 +262,15 @@ TEST(SettingsSaveTest, TakesTheBandLayout) {
     Saving on;
     const BandLayout bands = {{11, 22, 33, 44}, 2, "201", 0};
     ASSERT_EQ(on.Save(&bands).result, 0);
-    const std::vector<std::string> lines = LinesOf(on.Content());
-    const std::vector<std::string> written(lines.begin() + 152, lines.begin() + 158);
-    EXPECT_EQ(written, (std::vector<std::string>{"BandWidth=11", "BandWidth=22", "BandWidth=33", "BandRow=2",
-                                                 "BandJunjo=201", "BandJunjo=0"}));
-    EXPECT_EQ(lines[198], "BandWidth=44");
+    EXPECT_TRUE(
+        on.Has("BandWidth=11\r\nBandWidth=22\r\nBandWidth=33\r\nBandRow=2\r\nBandJunjo=201\r\nBandJunjo=0"));
+    EXPECT_TRUE(on.Has("NewsMailAddress=\r\nBandWidth=44"));
     EXPECT_EQ(on.settings.bandOrder, "201");
 }
 
 TEST(SettingsSaveTest, KeepsAFileThatReadingDidNotTakeWhole) {
     const std::string whole = FileOf(ChangedLines());
-    std::vector<std::string> noEquals = ChangedLines();
+    Lines noEquals = ChangedLines();
     noEquals[8] = "RS SPEED 9600";
     const std::string odd[] = {whole.substr(0, whole.size() - 3),
                                whole.substr(0, 20),
@@ -380,7 +285,6 @@ TEST(SettingsSaveTest, KeepsAFileThatReadingDidNotTakeWhole) {
         EXPECT_EQ(outcome.result, 0);
         EXPECT_EQ(outcome.keptAs, "setting\\setting.ini.bak");
         EXPECT_TRUE(on.Content() == FormatSettings(on.settings));
-        EXPECT_TRUE(on.Content(".bak") == file);
         on.settings.userId = "changed";
         EXPECT_EQ(on.Save().keptAs, "") << "its own file";
         on.disk.Put(kPath, "odd again");
@@ -392,22 +296,16 @@ TEST(SettingsSaveTest, KeepsAFileThatReadingDidNotTakeWhole) {
 
 TEST(SettingsSaveTest, FilesThatReadingTookWholeAreReplacedInSilence) {
     const std::string whole = FileOf(ChangedLines());
-    std::vector<std::string> corrected = ChangedLines();
+    Lines corrected = ChangedLines();
     corrected[85] = "FontSize=-30";
     corrected[135].back() = '3';
     const std::string taken[] = {whole, FileOf(corrected), whole.substr(0, whole.size() - 1),
-                                 whole.substr(0, whole.find("HOST"))};
+                                 whole.substr(0, whole.find("HOST")), FileOf(DefaultLines())};
     for (const std::string& file : taken) {
         Saving on(file);
         EXPECT_EQ(on.Save().keptAs, "");
         EXPECT_EQ(on.FileCount(), 1U);
     }
-
-    Saving first;
-    EXPECT_EQ(first.Save().keptAs, "");
-    first.settings = Loaded(first.Content());
-    EXPECT_EQ(first.Save().keptAs, "") << "what the first run wrote counts as damaged";
-    EXPECT_EQ(first.FileCount(), 1U);
 }
 
 TEST(SettingsSaveTest, AFileThatCannotBeReadIsNotReplaced) {
@@ -419,21 +317,21 @@ TEST(SettingsSaveTest, AFileThatCannotBeReadIsNotReplaced) {
 
 TEST(SettingsSaveTest, NothingIsLostWhateverFailsAndWheneverItStops) {
     const std::string odd = FileOf(ChangedLines()) + "torn";
-    const auto strike = [&](int aftermath, int call) {
+    enum Aftermath { kFailure, kKill, kPowerCut, kPowerCutWithNames };
+    const auto strike = [&](Aftermath aftermath, int call) {
         Saving on(odd);
-        aftermath == 0 ? on.disk.FailCall(call, -EIO) : on.disk.StopAtCall(call);
+        aftermath == kFailure ? on.disk.FailCall(call, -EIO) : on.disk.StopAtCall(call);
         const SaveOutcome outcome = on.Save();
         const bool struck = on.disk.struck();
-        if (aftermath == 1) on.disk.Restart();
-        if (aftermath > 1) on.disk.PowerCut(aftermath == 2 ? NamesKept::Durable : NamesKept::Written);
+        on.disk.Restart();
+        if (aftermath == kPowerCut) on.disk.PowerCut();
+        if (aftermath == kPowerCutWithNames) on.disk.PowerCut(MemoryFileSystem::NamesKept::Written);
         const bool isNew = on.Content() == FormatSettings(on.settings);
-        EXPECT_TRUE(on.Content() == odd || isNew) << "call " << call << ": " << on.Content();
-        EXPECT_TRUE(on.Content() == odd || on.Content(".bak") == odd) << "call " << call;
-        EXPECT_TRUE(isNew || outcome.result < 0) << "call " << call;
-        EXPECT_TRUE(isNew || struck) << "call " << call;
+        EXPECT_TRUE(isNew || (outcome.result < 0 && on.Content() == odd)) << "call " << call;
+        EXPECT_TRUE(!isNew || on.Content(".bak") == odd) << "call " << call;
         return struck;
     };
-    for (int aftermath = 0; aftermath < 4; ++aftermath) {
+    for (const Aftermath aftermath : {kFailure, kKill, kPowerCut, kPowerCutWithNames}) {
         SCOPED_TRACE(aftermath);
         int call = 1;
         while (strike(aftermath, call))

@@ -149,6 +149,7 @@ TEST_F(SystemFileSystemTest, ALockKeepsTheNextHolderOut) {
     EXPECT_EQ(other.Lock(directory, false, second), -EWOULDBLOCK);
     first.reset();
     EXPECT_EQ(other.Lock(directory, false, second), 0);
+    EXPECT_EQ(disk.Lock(directory, false, first), -EWOULDBLOCK) << "a lock taken without waiting";
     EXPECT_EQ(disk.Lock(directory / "none", false, first), -ENOENT);
 }
 

@@ -118,14 +118,14 @@ struct OldFile {
 };
 
 TEST_F(WorkspaceTest, AReplaceThatFailsOrStopsLeavesOneOrTheOtherWhole) {
-    enum Aftermath { kGoOn, kRestart, kPowerCut, kPowerCutWithNames };
+    enum Aftermath { kFailure, kKill, kPowerCut, kPowerCutWithNames };
     const auto replace = [](Aftermath aftermath, const std::function<void(MemoryFileSystem&)>& arm) {
         OldFile on;
         arm(on.disk);
         const int result = on.Replace();
         const bool struck = on.disk.struck();
-        if (aftermath == kGoOn) EXPECT_EQ(result < 0, struck);
-        if (aftermath == kRestart) on.disk.Restart();
+        EXPECT_EQ(result < 0, struck);
+        on.disk.Restart();
         if (aftermath == kPowerCut) on.disk.PowerCut();
         if (aftermath == kPowerCutWithNames) on.disk.PowerCut(NamesKept::Written);
         EXPECT_TRUE(on.Content() == kNew || (result < 0 && on.Content() == kOld)) << result << on.Content();
@@ -134,15 +134,15 @@ TEST_F(WorkspaceTest, AReplaceThatFailsOrStopsLeavesOneOrTheOtherWhole) {
         EXPECT_TRUE(on.IsTidy());
         return struck;
     };
-    for (const Aftermath aftermath : {kGoOn, kRestart, kPowerCut, kPowerCutWithNames}) {
+    for (const Aftermath aftermath : {kFailure, kKill, kPowerCut, kPowerCutWithNames}) {
         SCOPED_TRACE(aftermath);
         int call = 1;
-        while (replace(aftermath, [=](auto& disk) {
-            aftermath == kGoOn ? disk.FailCall(call, -EDQUOT) : disk.StopAtCall(call);
+        while (replace(aftermath, [=](auto& fresh) {
+            aftermath == kFailure ? fresh.FailCall(call, -EDQUOT) : fresh.StopAtCall(call);
         }))
             ++call;
         EXPECT_GT(call, 6);
-        replace(aftermath, [](auto& disk) { disk.StopWithinWrite(1, 5); });
+        replace(aftermath, [](auto& fresh) { fresh.StopWithinWrite(1, 5); });
     }
     OldFile full;
     full.disk.ShortWrite(1, kNew.size() - 1);
