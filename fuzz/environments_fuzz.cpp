@@ -30,6 +30,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string saved = files.Get(kPath).value();
     core::Environments again;
     if (LoadEnvironments(workspace, again, settings) != 0) std::abort();
+    for (std::size_t number = 0; number < again.entries.size(); ++number) {
+        for (const auto& field : core::EnvironmentFields()) {
+            if (again.entries[number].*field.member != environments.entries[number].*field.member)
+                std::abort();
+        }
+    }
     if (SaveEnvironments(workspace, again, settings).result != 0 || files.Get(kPath) != saved) std::abort();
     return 0;
 }

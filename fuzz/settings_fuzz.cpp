@@ -1,5 +1,5 @@
-// Any bytes as a settings file: reading them and saving what was read gives a file that says the same, and
-// nothing of the old file is gone without a copy.
+// Any bytes as a settings file: reading them and saving what was read gives a file that says the same, and a
+// copy of the old file, where one is said to be kept, is that file.
 
 #include <cstddef>
 #include <cstdint>

@@ -35,17 +35,19 @@ int Program::PrepareChange() {
         loaded_.environments = core::LoadEnvironments(*workspace_, environments_, settings_);
         loaded_.hostEntries = core::LoadHostEntries(*workspace_, environments_.hostEntries);
     }
-    const bool safe = WasReadOrMissing(core::kSettingsFileRead, loaded_.settings) &&
+    const bool safe = WasReadOrMissing(core::kSettingsFile, loaded_.settings) &&
                       WasReadOrMissing(core::kEnvironmentsFile, loaded_.environments) &&
                       WasReadOrMissing(core::kHostEntriesFile, loaded_.hostEntries);
     if (!safe) return -1;
-    if (loaded_.environments == -ENOENT) cutSettings_ = core::FillActiveEnvironment(environments_, settings_);
+    if (loaded_.settings == 0 && loaded_.environments == -ENOENT) {
+        cutSettings_ = core::FillActiveEnvironment(environments_, settings_);
+    }
     return 0;
 }
 
 int Program::SaveSettings() {
     const core::SaveOutcome outcome = core::SaveSettings(*workspace_, settings_, nullptr);
-    core::ReportSave(*ui_, core::kSettingsFileWritten, outcome);
+    core::ReportSave(*ui_, core::kSettingsFile, outcome);
     return outcome.result < 0 ? -1 : 0;
 }
 
@@ -60,7 +62,11 @@ int Program::SaveEnvironments() {
 int Program::SwitchEnvironment(int number) {
     core::HostSwitch hostSwitch(*workspace_, settings_, environments_, *ui_, *this);
     const int result = hostSwitch.SwitchEnvironment(number);
-    if (result == 0) EnvironmentsAreSaved();
+    core::EntryKind kind{};
+    // The bank may have been refused and the environments be saved all the same.
+    if (workspace_->Inspect(core::kEnvironmentsFile, kind) == 0 && kind == core::EntryKind::File) {
+        EnvironmentsAreSaved();
+    }
     return result;
 }
 
@@ -92,6 +98,13 @@ bool Program::MainWindowBusy() const {
 }
 
 int Program::SwitchBank(int number) {
+    if (number < 0 || static_cast<std::size_t>(number) >= core::kBankCount) {
+        ui_->ShowMessage(core::kProductName,
+                         core::Choose(*ui_, "そのような番号のメールボックスバンクはありません。"_sjis,
+                                      "There is no mailbox bank of that number."),
+                         core::MessageIcon::Stop);
+        return -1;
+    }
     settings_.nowBoxNo = number;
     return 0;
 }

@@ -49,7 +49,8 @@ void AddGlobalOptions(CLI::App& application, CommandContext& context) {
                          "~/.local/share/postkite）",
                          "The working directory (default: $POSTKITE_DIR, $XDG_DATA_HOME/postkite, "
                          "~/.local/share/postkite)"}))
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->check([](const std::string& given) { return given.empty() ? "--dir: \"\"" : std::string(); });
     application.add_flag("--json", context.json, say({"結果を JSON で出力する", "Print the result as JSON"}));
     application.add_flag("--yes", context.yes,
                          say({"質問にはすべて「はい」と答える", "Answer every question with yes"}));
@@ -91,7 +92,8 @@ int RunPostkite(std::vector<std::string> arguments, core::FileSystem& fileSystem
         std::reverse(arguments.begin(), arguments.end());  // the order that the parser takes them in
         application.parse(std::move(arguments));
     } catch (const CLI::ParseError& error) {
-        return application.exit(error, console.out, console.err) == 0 ? kDone : kWrongUsage;
+        if (application.exit(error, console.out, console.err) != 0) return kWrongUsage;
+        return context.Print({});  // whether help or version could be written
     }
     if (!context.run) {
         console.err << application.help();

@@ -21,15 +21,14 @@ CommandContext::CommandContext(core::FileSystem& fileSystem, Console& console)
 }
 
 std::optional<std::filesystem::path> CommandContext::WorkingDirectory() const {
-    if (!directory.empty()) return directory;
+    if (directory) return *directory;
     if (const auto set = console_->variable("POSTKITE_DIR")) return *set;
     // Whoever defines XDG_DATA_HOME says that a relative path there counts as none.
     const auto data = console_->variable("XDG_DATA_HOME");
     if (data && std::filesystem::path(*data).is_absolute()) return std::filesystem::path(*data) / "postkite";
-    if (const auto home = console_->variable("HOME")) {
-        return std::filesystem::path(*home) / ".local" / "share" / "postkite";
-    }
-    return std::nullopt;
+    const auto home = console_->variable("HOME");
+    if (!home || !std::filesystem::path(*home).is_absolute()) return std::nullopt;
+    return std::filesystem::path(*home) / ".local" / "share" / "postkite";
 }
 
 std::unique_ptr<Session> CommandContext::OpenDirectory() {
@@ -49,6 +48,18 @@ std::unique_ptr<Session> CommandContext::OpenDirectory() {
         static_cast<void>(Refuse(
             {"作業ディレクトリ {} を使用できません。（{}）", "The working directory {} cannot be used: {}."},
             path->string(), Utf8Bytes(core::DescribeError(reason, language_))));
+        return nullptr;
+    }
+    const auto spellings = session->workspace.SpellingsOf("Setting");
+    if (spellings.size() > 1) {
+        std::string names;
+        for (const std::string& spelling : spellings) {
+            names += (names.empty() ? "" : ", ") + Utf8Bytes(spelling);
+        }
+        static_cast<void>(
+            Refuse({"設定のディレクトリがいくつもあります。一つだけ残してください。（{}）",
+                    "There is more than one directory of settings; keep only one of them ({})."},
+                   names));
         return nullptr;
     }
     return session;
@@ -92,7 +103,7 @@ int CommandContext::PrintJson(const nlohmann::ordered_json& document) {
 }
 
 void CommandContext::Say(std::string_view text) {
-    console_->err << core::kProductName << ": " << text << '\n';
+    console_->err << core::kProductName << ": " << Visible(text) << '\n';
 }
 
 int CommandContext::RefuseWith(std::string_view text) {

@@ -40,7 +40,7 @@ class CommandContext {
     CommandContext(core::FileSystem& fileSystem, Console& console);
 
     // Set by the parser.
-    std::string directory;  ///< --dir; empty when not given
+    std::optional<std::string> directory;  ///< --dir
     bool json = false;
     bool yes = false;
 

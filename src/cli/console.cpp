@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
@@ -17,18 +18,21 @@ std::u8string_view AsUtf8(std::string_view bytes) {
 
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
-/// The character that begins at `at`, fit to be shown.
-std::string VisibleCharacter(std::string_view utf8, std::size_t at) {
+/// The length of the whole and visible character that begins at `at`, or 0.
+std::size_t VisibleLength(std::string_view utf8, std::size_t at) {
     const auto lead = static_cast<unsigned char>(utf8[at]);
+    if (lead < 0x80) return lead >= 0x20 && lead != 0x7F ? 1 : 0;
+    if (lead < 0xC2 || lead > 0xF4) return 0;
     const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
     const std::string_view character = utf8.substr(at, length);
-    const bool c1Control =
-        lead == 0xC2 && character.size() == 2 && static_cast<unsigned char>(character[1]) < 0xA0;
-    bool whole = lead >= 0xC2 && lead <= 0xF4 && character.size() == length && !c1Control;
+    if (character.size() < length) return 0;
     for (const char byte : character.substr(1)) {
-        whole = whole && (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+        if ((static_cast<unsigned char>(byte) & 0xC0) != 0x80) return 0;
     }
-    return std::string(whole ? character : kReplacement);
+    const auto second = static_cast<unsigned char>(character[1]);
+    const bool c1Control = lead == 0xC2 && second < 0xA0;
+    const bool surrogate = lead == 0xED && second >= 0xA0;
+    return c1Control || surrogate ? 0 : length;
 }
 
 }  // namespace
@@ -47,18 +51,30 @@ Console SystemConsole() {
 }
 
 std::string Printable(std::string_view text, LineEnds lineEnds) {
-    const std::u8string utf8 = core::ToUtf8(text);
+    const std::string utf8 = Utf8Bytes(text);
+    if (lineEnds == LineEnds::Replaced) return Visible(utf8);
+    std::string result;
+    std::string_view rest = utf8;
+    for (;;) {
+        const std::size_t end = rest.find_first_of("\r\n\t");
+        result += Visible(rest.substr(0, end));
+        if (end == std::string_view::npos) return result;
+        result += rest[end];
+        rest.remove_prefix(end + 1);
+    }
+}
+
+std::string Visible(std::string_view utf8) {
     std::string result;
     result.reserve(utf8.size());
-    for (std::size_t at = 0; at < utf8.size(); ++at) {
-        const char8_t byte = utf8[at];
-        const bool c1Control = byte == 0xC2 && utf8[at + 1] < 0xA0;
-        const bool kept = lineEnds == LineEnds::Kept && (byte == '\r' || byte == '\n' || byte == '\t');
-        if (!kept && (byte < 0x20 || byte == 0x7F || c1Control)) {
-            result += kReplacement;
-            if (c1Control) ++at;
-        } else {
-            result += static_cast<char>(byte);
+    for (std::size_t at = 0; at < utf8.size();) {
+        const std::size_t length = VisibleLength(utf8, at);
+        result += length > 0 ? utf8.substr(at, length) : kReplacement;
+        at += std::max<std::size_t>(length, 1);
+        // The rest of a control character of two bytes.
+        if (length == 0 && static_cast<unsigned char>(utf8[at - 1]) == 0xC2 && at < utf8.size() &&
+            (static_cast<unsigned char>(utf8[at]) & 0xC0) == 0x80) {
+            ++at;
         }
     }
     return result;
@@ -72,7 +88,10 @@ std::string Utf8Bytes(std::string_view text) {
 std::optional<std::string> Typed(std::string_view utf8, std::string* refused) {
     std::size_t at = 0;
     std::optional<std::string> text = core::FromUtf8(AsUtf8(utf8), &at);
-    if (!text && refused != nullptr) *refused = VisibleCharacter(utf8, at);
+    if (!text && refused != nullptr) {
+        const std::size_t length = VisibleLength(utf8, at);
+        *refused = length > 0 ? utf8.substr(at, length) : kReplacement;
+    }
     return text;
 }
 

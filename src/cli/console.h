@@ -33,6 +33,9 @@ enum class LineEnds { Replaced, Kept };
 /// Code page 932 text as UTF-8 bytes, control characters and all, for JSON.
 [[nodiscard]] std::string Utf8Bytes(std::string_view text);
 
+/// UTF-8 text from anywhere, such as the command line, made fit for a terminal in the same way.
+[[nodiscard]] std::string Visible(std::string_view utf8);
+
 /// What was typed, in code page 932; nothing when it is no UTF-8 or holds a character that the code page
 /// lacks. Then `refused`, if given, is that character.
 [[nodiscard]] std::optional<std::string> Typed(std::string_view utf8, std::string* refused = nullptr);

@@ -133,11 +133,10 @@ void CopyActiveEnvironment(const Environments& environments, Settings& settings)
 int FillActiveEnvironment(Environments& environments, const Settings& settings) {
     if (!IsNumberBelow(settings.currentId, kEnvironmentCount)) return 0;
     Environment& active = environments.entries[static_cast<std::size_t>(settings.currentId)];
-    const Settings defaults;
     int cut = 0;
     for (const auto& field : kFields) {
         const auto setting = SettingOfEnvironmentField(field.member);
-        if (setting == nullptr || settings.*setting == defaults.*setting) continue;
+        if (setting == nullptr) continue;
         active.*field.member = CutToBytes(settings.*setting, field.longest);
         if (active.*field.member != settings.*setting) ++cut;
     }

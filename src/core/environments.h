@@ -67,9 +67,9 @@ void DefaultEnvironments(Environments& environments);
 /// `settings.currentId`. A number that no environment has copies nothing.
 void CopyActiveEnvironment(const Environments& environments, Settings& settings);
 
-/// The other way round, for the first time that environments are saved: gives the active environment what the
-/// user has set without it. Settings that have their default value say nothing and are passed over. Returns
-/// how many values had to be cut to the length of their field.
+/// The other way round, for the first time that environments are saved: gives the active environment the nine
+/// values that the settings have, so that they stay what they are. Returns how many values had to be cut to
+/// the length of their field.
 [[nodiscard]] int FillActiveEnvironment(Environments& environments, const Settings& settings);
 
 /// The setting that an environment's text is copied into, or nullptr.

@@ -28,6 +28,10 @@ constexpr Phrase kPhrases[] = {
     {-EEXIST, "同じ名前のファイルがあります"_sjis, "the name is taken"},
     {-EINVAL, "使用できない名前または種類のファイルです"_sjis, "its name or kind cannot be used"},
     {-ENAMETOOLONG, "名前が長すぎます"_sjis, "the name is too long"},
+    {-EFBIG, "ファイルが大きすぎます"_sjis, "the file is too large"},
+    {-EMFILE, "開いているファイルが多すぎます"_sjis, "too many files are open"},
+    {-ELOOP, "リンクがどこにも通じていません"_sjis, "its links lead nowhere"},
+    {-EXDEV, "別のディスクにあります"_sjis, "it is on another disk"},
     {-EIO, "ディスクの読み書きに失敗しました"_sjis, "the disk failed"},
 };
 
@@ -39,6 +43,7 @@ std::string DescribeError(int code, Language language) {
             return std::string(language == Language::Japanese ? phrase.japanese : phrase.english);
         }
     }
+    if (language == Language::Japanese) return std::string("エラー番号 "_sjis) + std::to_string(-code);
     return std::generic_category().message(-code);
 }
 

@@ -24,39 +24,39 @@ struct Settings {
     /// The defaults of the table.
     Settings();
 
-    std::int32_t mailWindowLeft{};                  ///< main window left edge, screen pixels
-    std::int32_t mailWindowTop{};                   ///< main window top edge
-    std::int32_t mailWindowWidth{};                 ///< main window width, at least 200
-    std::int32_t mailWindowHeight{};                ///< main window height, at least 200
-    std::string hostName;                           ///< host name
-    std::string phoneNumber;                        ///< telephone number dialled
-    std::string fenicsLoad;                         ///< route through the FENICS access network, a digit
-    std::string rsPort;                             ///< number of the COM port ("2" means COM2)
-    std::string rsSpeed;                            ///< line speed in bit/s, as text
-    std::string rsData;                             ///< data bits; kept, the line always uses 8
-    std::string rsStop;                             ///< stop bits; kept, the line always uses 1
-    std::string rsParity;                           ///< parity; kept, the line always uses none
-    std::string pbDp;                               ///< dialling method: "PB" tone, "DP" pulse
-    std::string userId;                             ///< host user ID
-    std::string userPassword;                       ///< host password, in plain text here
-    std::string signature;                          ///< signature choice (a digit as text)
-    std::string volume;                             ///< modem speaker volume (a digit as text)
-    std::string modemInitialCommand;                ///< modem initialisation command
-    std::int32_t monitorWindow{};                   ///< show the terminal monitor window
-    std::int32_t listHeight{};                      ///< height of the mail list pane
-    std::int32_t idDisplay{};                       ///< show the sender ID column
-    std::int32_t dateDisplay{};                     ///< show the date column
-    std::int32_t lineNumberDisplay{};               ///< show line numbers
-    std::string logFilePath;                        ///< directory of capture and session logs
-    std::array<std::string, 20> mailBoxPathName{};  ///< mailbox bank directories
-    std::int32_t redialInterval{};                  ///< redial interval
-    std::int32_t redialTimes{};                     ///< number of redials
-    std::string connectSound;                       ///< sound file played on connect
-    std::string disconnectSound;                    ///< sound file played on disconnect
-    std::string hideDirectory;                      ///< directory of the external terminal program "hideterm"
-    std::string upDirectory;                        ///< its upload directory
-    std::string scriptDirectory;                    ///< its script directory
-    std::string hideMailLog;                        ///< its mail log file name
+    std::int32_t mailWindowLeft{};     ///< main window left edge, screen pixels
+    std::int32_t mailWindowTop{};      ///< main window top edge
+    std::int32_t mailWindowWidth{};    ///< main window width, at least 200
+    std::int32_t mailWindowHeight{};   ///< main window height, at least 200
+    std::string hostName;              ///< host name
+    std::string phoneNumber;           ///< telephone number dialled
+    std::string fenicsLoad;            ///< route through the FENICS access network, a digit
+    std::string rsPort;                ///< number of the COM port ("2" means COM2)
+    std::string rsSpeed;               ///< line speed in bit/s, as text
+    std::string rsData;                ///< data bits; kept, the line always uses 8
+    std::string rsStop;                ///< stop bits; kept, the line always uses 1
+    std::string rsParity;              ///< parity; kept, the line always uses none
+    std::string pbDp;                  ///< dialling method: "PB" tone, "DP" pulse
+    std::string userId;                ///< host user ID
+    std::string userPassword;          ///< host password, in plain text here
+    std::string signature;             ///< signature choice (a digit as text)
+    std::string volume;                ///< modem speaker volume (a digit as text)
+    std::string modemInitialCommand;   ///< modem initialisation command
+    std::int32_t monitorWindow{};      ///< show the terminal monitor window
+    std::int32_t listHeight{};         ///< height of the mail list pane
+    std::int32_t idDisplay{};          ///< show the sender ID column
+    std::int32_t dateDisplay{};        ///< show the date column
+    std::int32_t lineNumberDisplay{};  ///< show line numbers
+    std::string logFilePath;           ///< directory of capture and session logs
+    std::array<std::string, kBankCount> mailBoxPathName{};  ///< mailbox bank directories
+    std::int32_t redialInterval{};                          ///< redial interval
+    std::int32_t redialTimes{};                             ///< number of redials
+    std::string connectSound;                               ///< sound file played on connect
+    std::string disconnectSound;                            ///< sound file played on disconnect
+    std::string hideDirectory;           ///< directory of the external terminal program "hideterm"
+    std::string upDirectory;             ///< its upload directory
+    std::string scriptDirectory;         ///< its script directory
+    std::string hideMailLog;             ///< its mail log file name
     std::int32_t useHideTerm{};          ///< use the external terminal program instead of the built-in line
     std::int32_t quitHide{};             ///< end the external terminal program after use
     std::int32_t sound{};                ///< play connect and disconnect sounds
@@ -145,32 +145,33 @@ struct Settings {
     std::int32_t toolBarFlag{};                  ///< show the tool bar
     std::int32_t listScroll{};                   ///< scroll option of the list
     std::int32_t currentHostL{};                 ///< host index; 10 to 19 stand for environments 0 to 9
-    std::int32_t environmentCount{};             ///< always 10
+    std::int32_t environmentCount{};             ///< 10 whatever a file says
     std::int32_t hideTelnetMenu{};               ///< hide the telnet menu entry
     std::int32_t hideRemoteMailMenu{};           ///< hide the remote-mail menu entry
-    std::int32_t hideDialUpMenu{};               ///< always 1: hide the dial-up hang-up menu entry
-    std::int32_t attachmentEncoding{};           ///< encoding of attached files
-    std::string pppRetry;                        ///< PPP retry count, as text
-    std::int32_t patrolAtSetTimes{};             ///< run the patrol schedule at set times
-    std::int32_t mailBankCombo{};                ///< bank chooser option
-    std::int32_t noReceiveIntoBanks12{};         ///< do not receive into banks 1 and 2
-    std::int32_t bankFollowsEnvironment{};       ///< switching environment also switches bank
-    std::int32_t receiveWhenSending{};           ///< also receive when sending
-    std::string patrol;                          ///< patrol choices, 20 characters "0" or "1"
-    std::int32_t replySubjectStyle{};            ///< reply subject style
-    std::array<std::int32_t, 4> bandWidth{};     ///< tool bar band widths
-    std::int32_t bandRow{};                      ///< tool bar rows, 1 to 3
-    std::string bandOrder;                ///< order of the three tool bar bands: a permutation of "012"
-    std::int32_t bandOrderFlag{};         ///< band order flag
-    std::int32_t nowBoxNo{};              ///< current mailbox bank number
-    std::int32_t displayEditToolBar{};    ///< show the edit tool bar
-    std::array<std::int32_t, 20> bank{};  ///< mailbox bank that goes with each host index (see currentHostL)
-    std::int32_t receivedMailViewer{};    ///< use the received-mail viewer
-    std::string newsRealName;             ///< real name for news articles
-    std::string newsMailAddress;          ///< mail address for news articles
-    std::int32_t sendMailNest{};          ///< send-mail nesting option
-    std::int32_t mailingListTitle{};      ///< mailing-list subject option
-    std::string myMachineName;            ///< own machine name
+    std::int32_t hideDialUpMenu{};            ///< 1 once a file was read: hide the dial-up hang-up menu entry
+    std::int32_t attachmentEncoding{};        ///< encoding of attached files
+    std::string pppRetry;                     ///< PPP retry count, as text
+    std::int32_t patrolAtSetTimes{};          ///< run the patrol schedule at set times
+    std::int32_t mailBankCombo{};             ///< bank chooser option
+    std::int32_t noReceiveIntoBanks12{};      ///< do not receive into banks 1 and 2
+    std::int32_t bankFollowsEnvironment{};    ///< switching environment also switches bank
+    std::int32_t receiveWhenSending{};        ///< also receive when sending
+    std::string patrol;                       ///< patrol choices, 20 characters "0" or "1"
+    std::int32_t replySubjectStyle{};         ///< reply subject style
+    std::array<std::int32_t, 4> bandWidth{};  ///< tool bar band widths
+    std::int32_t bandRow{};                   ///< tool bar rows, 1 to 3
+    std::string bandOrder;                    ///< order of the three tool bar bands: a permutation of "012"
+    std::int32_t bandOrderFlag{};             ///< band order flag
+    std::int32_t nowBoxNo{};                  ///< current mailbox bank number
+    std::int32_t displayEditToolBar{};        ///< show the edit tool bar
+    std::array<std::int32_t, kHostIndexCount>
+        bank{};                         ///< mailbox bank that goes with each host index (see currentHostL)
+    std::int32_t receivedMailViewer{};  ///< use the received-mail viewer
+    std::string newsRealName;           ///< real name for news articles
+    std::string newsMailAddress;        ///< mail address for news articles
+    std::int32_t sendMailNest{};        ///< send-mail nesting option
+    std::int32_t mailingListTitle{};    ///< mailing-list subject option
+    std::string myMachineName;          ///< own machine name
 
     /// Height of the main window's tool bar in pixels: derived from `toolBarFlag` while reading, in no file.
     std::int32_t toolBarHeight = 0;

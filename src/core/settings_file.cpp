@@ -46,7 +46,7 @@ LoadOutcome LoadSettings(const Workspace& workspace, Settings& settings, Environ
     DefaultEnvironments(environments);
     LoadOutcome outcome;
     std::unique_ptr<File> file;
-    outcome.settings = workspace.Open(kSettingsFileRead, OpenMode::Read, file);
+    outcome.settings = workspace.Open(kSettingsFile, OpenMode::Read, file);
     if (outcome.settings < 0) return outcome;
     outcome.settings = ReadSettingLines(*file, settings, Corrections::Made);
     file.reset();
@@ -78,7 +78,7 @@ SaveOutcome SaveSettings(Workspace& workspace, Settings& settings, const BandLay
         settings.bandOrderFlag = bands->orderFlag;
     }
     if (settings.savePassword == 0) settings.userPassword.clear();
-    return ReplacePositionalFile(workspace, kSettingsFileWritten, FormatSettings(settings), [](File& old) {
+    return ReplacePositionalFile(workspace, kSettingsFile, FormatSettings(settings), [](File& old) {
         Settings understood;
         // What cannot be read is missing from the result, and so the file counts as holding more. A value
         // that was corrected on purpose is no loss.

@@ -15,9 +15,7 @@
 /// of `SettingLines`. Lines are taken back by their position; the keys are for people.
 namespace postkite::core {
 
-/// Reading and writing spell the file in two ways that name one file.
-inline constexpr std::string_view kSettingsFileRead = "Setting\\setting.ini";
-inline constexpr std::string_view kSettingsFileWritten = "setting\\setting.ini";
+inline constexpr std::string_view kSettingsFile = "Setting\\setting.ini";
 
 enum class ToolBarStyle { Plain, Bands };
 

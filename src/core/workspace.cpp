@@ -81,6 +81,13 @@ int Workspace::Prepare() {
     return kind == EntryKind::Missing ? CreateDirectory("Setting") : 0;
 }
 
+std::vector<std::string> Workspace::SpellingsOf(std::string_view name) const {
+    std::vector<std::string> names;
+    static_cast<void>(List(".", names));
+    std::erase_if(names, [name](const std::string& entry) { return !EqualIgnoringCase(entry, name); });
+    return names;
+}
+
 bool Workspace::IsSafeComponent(std::string_view component) {
     return NativeComponent(component).has_value();
 }
@@ -198,12 +205,16 @@ int Workspace::MakeDirectory(const std::filesystem::path& path) {
     return fileSystem_->SyncDirectory(path.has_parent_path() ? path.parent_path() : ".");
 }
 
-int Workspace::WriteBeside(const std::filesystem::path& beside, std::string_view bytes) {
+int Workspace::CreateAnew(const std::filesystem::path& path, std::unique_ptr<File>& file) {
     // Left behind by a program that was killed; the lock says that nobody is writing it now.
-    const int removed = fileSystem_->Remove(beside);
+    const int removed = fileSystem_->Remove(path);
     if (removed < 0 && removed != -ENOENT) return removed;
+    return fileSystem_->Open(path, OpenMode::CreateNew, file);
+}
+
+int Workspace::WriteBeside(const std::filesystem::path& beside, std::string_view bytes) {
     std::unique_ptr<File> file;
-    int result = fileSystem_->Open(beside, OpenMode::CreateNew, file);
+    int result = CreateAnew(beside, file);
     if (result == 0) result = file->WriteAt(0, bytes);
     if (result == 0) result = file->Sync();
     return result;
@@ -238,8 +249,14 @@ int Workspace::Copy(std::string_view name, std::string_view copyName) {
     std::unique_ptr<File> source;
     result = Open(name, OpenMode::Read, source);
     if (result < 0) return result;
+    EntryKind kind{};
+    result = fileSystem_->Inspect(copyPath, kind);
+    if (result == 0 && kind != EntryKind::Missing) result = -EEXIST;
+    if (result < 0) return result;
+    std::filesystem::path beside = copyPath;
+    beside += kUnfinishedSuffix;
     std::unique_ptr<File> copy;
-    result = fileSystem_->Open(copyPath, OpenMode::CreateNew, copy);
+    result = CreateAnew(beside, copy);
     if (result < 0) return result;
 
     constexpr std::size_t kPieceBytes = 256 * 1024;
@@ -254,8 +271,9 @@ int Workspace::Copy(std::string_view name, std::string_view copyName) {
         offset += static_cast<std::uint64_t>(count);
     }
     if (result == 0) result = copy->Sync();
+    if (result == 0) result = fileSystem_->Rename(beside, copyPath);
     if (result == 0) return fileSystem_->SyncDirectory(copyPath.parent_path());
-    static_cast<void>(fileSystem_->Remove(copyPath));
+    static_cast<void>(fileSystem_->Remove(beside));
     return result;
 }
 

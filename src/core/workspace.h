@@ -31,6 +31,10 @@ class Workspace {
     /// Makes the directory and its `Setting` where they are missing.
     [[nodiscard]] int Prepare();
 
+    /// The entries of the directory that are called `name` but for their letter case. More than one mean that
+    /// only one of them is ever found.
+    [[nodiscard]] std::vector<std::string> SpellingsOf(std::string_view name) const;
+
     /// Whether `component` can be one file's or directory's name: no separator, and nothing that is refused.
     [[nodiscard]] static bool IsSafeComponent(std::string_view component);
 
@@ -39,13 +43,15 @@ class Workspace {
 
     [[nodiscard]] int Open(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const;
     [[nodiscard]] int Inspect(std::string_view name, EntryKind& kind) const;
-    /// The same for a name that this program alone makes: only its own spelling counts, which spares the search for others.
+    /// The same for a name that this program alone makes: only its own spelling counts, which spares the
+    /// search for others.
     [[nodiscard]] int InspectExactly(std::string_view name, EntryKind& kind) const;
     [[nodiscard]] int CreateDirectory(std::string_view name);
     [[nodiscard]] int Remove(std::string_view name);
     /// Puts `from` in the place of `to` in one step.
     [[nodiscard]] int Rename(std::string_view from, std::string_view to);
-    /// Returns when the names in the directory that holds `name` are on the disk itself, as the three above left them.
+    /// Returns when the names in the directory that holds `name` are on the disk itself, as the three above
+    /// left them.
     [[nodiscard]] int SyncNames(std::string_view name);
     /// The entries of a directory, in order, without those whose names the code page lacks. "." is the root.
     [[nodiscard]] int List(std::string_view directory, std::vector<std::string>& names) const;
@@ -67,9 +73,11 @@ class Workspace {
     enum class LetterCase { Any, AsSpelled };
     [[nodiscard]] int LocateComponent(const std::filesystem::path& directory, std::string_view component,
                                       LetterCase letterCase, std::filesystem::path& path) const;
-    [[nodiscard]] int Locate(std::string_view name, LetterCase lastComponent, std::filesystem::path& path) const;
+    [[nodiscard]] int Locate(std::string_view name, LetterCase lastComponent,
+                             std::filesystem::path& path) const;
     [[nodiscard]] int LocateFile(std::string_view name, std::filesystem::path& path) const;
     [[nodiscard]] int MakeDirectory(const std::filesystem::path& path);
+    [[nodiscard]] int CreateAnew(const std::filesystem::path& path, std::unique_ptr<File>& file);
     [[nodiscard]] int WriteBeside(const std::filesystem::path& beside, std::string_view bytes);
 
     FileSystem* fileSystem_;

@@ -28,7 +28,7 @@ class CommandLine : public testing::Test {
 
     /// The value of a setting, by its number, as `settings --json` has it.
     nlohmann::json Setting(int number) {
-        const RunResult result = Run({"settings", "--json", "--show-passwords"});
+        const RunResult result = Run({"settings", "--json"});
         EXPECT_EQ(result.status, 0) << result.err;
         return nlohmann::json::parse(result.out).at(static_cast<std::size_t>(number - 1)).at("value");
     }
@@ -123,7 +123,8 @@ TEST_F(CommandLine, PasswordsAreHiddenInListsAndScrambledInFiles) {
             if (json) words.emplace_back("--json");
             const RunResult hidden = Run(words);
             EXPECT_EQ(hidden.out.find("himitsu"), std::string::npos);
-            EXPECT_EQ(hidden.out.find("abc"), std::string::npos);
+            // The document of the settings has the values as they are.
+            EXPECT_EQ(hidden.out.find("abc") != std::string::npos, json && list == std::string("settings"));
             words.emplace_back("--show-passwords");
             EXPECT_NE(Run(words).out.find(list == std::string("settings") ? "abc" : "himitsu"),
                       std::string::npos);
@@ -202,6 +203,54 @@ TEST_F(CommandLine, EnvironmentValuesWithoutSenseAreRefusedAndChangeNothing) {
     ExpectRefused({"environments", "switch", "-1"}, "", kWrongUsage);
 }
 
+TEST_F(CommandLine, TheListOfEnvironmentsMarksTheActiveOneAndLeavesOutWhatIsEmpty) {
+    ASSERT_EQ(Run({"environments", "set", "7", "user=AAA00001", "number=2"}).status, 0);
+    ASSERT_EQ(Run({"environments", "switch", "7"}).status, 0);
+    const std::string list = Run({"environments"}).out;
+    EXPECT_NE(
+        list.find(
+            "\n* 7  user=AAA00001 route=3 dialling=DP modem=ATQ0V1E1M1 outbox=Outbox inbox=Inbox number=2\n"),
+        std::string::npos)
+        << list;
+    EXPECT_EQ(list.find("*"), list.rfind("*"));
+}
+
+TEST_F(CommandLine, TheFirstEnvironmentsTakeOverWhatTheSettingsSaid) {
+    ASSERT_EQ(Run({"settings", "set", "USERID", "AAA00001"}).status, 0);
+    ASSERT_EQ(Run({"environments", "set", "5", "name=x"}).status, 0);
+    EXPECT_EQ(Setting(14), "AAA00001");
+    EXPECT_EQ(Setting(13), "PB") << "tone dialling stays tone dialling";
+    EXPECT_EQ(Setting(18), "ATQ0V1E1");
+    EXPECT_NE(Run({"environments"}).out.find("* 0  user=AAA00001"), std::string::npos);
+}
+
+TEST_F(CommandLine, SettingsOfAnEnvironmentMustMakeSenseThere) {
+    ASSERT_EQ(Run({"environments", "set", "0", "user=AAA00001"}).status, 0);
+    ExpectRefused({"settings", "set", "PB DP", "ZZ"}, "PB");
+    ExpectRefused({"settings", "set", "RS SPEED", "fast"}, "bit/s");
+    ExpectRefused({"settings", "set", "FENICS LOAD", "q"}, "0 から 9");
+}
+
+TEST_F(CommandLine, APasswordThatIsNotKeptIsNotTaken) {
+    ASSERT_EQ(Run({"settings", "set", "SAVEPASSWORD", "0"}).status, 0);
+    ExpectRefused({"settings", "set", "USERPASSWORD", "abc"}, "SAVEPASSWORD");
+}
+
+TEST_F(CommandLine, TwoDirectoriesOfSettingsAreRefused) {
+    files_.Put("/mail/SETTING/SETTING.INI", "MAIL WINDOW LEFT=7\r\n");
+    files_.PutDirectory("/mail/Setting");
+    for (const char* command : {"settings", "environments"}) {
+        const RunResult result = Run({command});
+        EXPECT_EQ(result.status, kRefused);
+        EXPECT_NE(result.err.find("SETTING, Setting"), std::string::npos) << result.err;
+    }
+}
+
+TEST_F(CommandLine, WhatWasTypedCannotSteerTheTerminalEither) {
+    ExpectRefused({"settings", "get", "\x1B[31mred\nnew\xC2\x9B\xED\xA0\x80"},
+                  "\uFFFD[31mred\uFFFDnew\uFFFD\uFFFD");
+}
+
 TEST_F(CommandLine, FilesThatCannotBeReadAreNeverReplaced) {
     files_.PutDirectory(kSettingsPath);
     EXPECT_EQ(Run({"settings", "get", "RS SPEED"}).out, "2400\n");
@@ -249,6 +298,7 @@ TEST_F(CommandLine, TheWorkingDirectoryIsFoundInOrder) {
         Run({"settings"}, {{"POSTKITE_DIR", ""}, {"XDG_DATA_HOME", "data"}, {"HOME", "/home/taro"}}).status,
         0);
     EXPECT_TRUE(files_.Exists("/home/taro/.local/share/postkite/Setting"));
+    EXPECT_EQ(Run({"--dir", "", "settings"}, all).status, kWrongUsage);
     const RunResult nowhere = Run({"settings"}, {{"POSTKITE_DIR", ""}});
     EXPECT_EQ(nowhere.status, kRefused);
     EXPECT_NE(nowhere.err.find("--dir"), std::string::npos);

@@ -191,7 +191,7 @@ TEST_F(EnvironmentsTest, TheActiveOnesNineValuesEnterTheSettings) {
     }
 }
 
-TEST_F(EnvironmentsTest, TheActiveOneIsFilledWithWhatTheUserHadSet) {
+TEST_F(EnvironmentsTest, TheActiveOneIsFilledWithWhatTheSettingsSay) {
     settings.currentId = 8;
     settings.userId = "x" + std::string("能能能能能能能能能能"_sjis);
     settings.userPassword = "abc";
@@ -202,8 +202,11 @@ TEST_F(EnvironmentsTest, TheActiveOneIsFilledWithWhatTheUserHadSet) {
     Lines expected = DefaultLines();
     expected[8 * 14 + 1] = "x" + std::string("能能能能能能能能能"_sjis);
     expected[8 * 14 + 2] = "100319";
+    expected[8 * 14 + 4] = "2";
+    expected[8 * 14 + 5] = "2400";
+    expected[8 * 14 + 6] = "PB";
     expected[8 * 14 + 8] = "ATZ";
-    EXPECT_EQ(Saved(), FileOf(expected)) << "defaults say nothing";
+    EXPECT_EQ(Saved(), FileOf(expected)) << "nothing of the connection in force changes";
 }
 
 TEST_F(EnvironmentsTest, WithoutItsFileOrWithoutTheSettingsNothingIsTaken) {

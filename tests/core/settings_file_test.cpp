@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 
+#include "core/list_font.h"
 #include "core/password_scrambling.h"
 #include "core/settings_table.h"
 #include "core/shift_jis.h"
@@ -283,12 +284,12 @@ TEST(SettingsSaveTest, KeepsAFileThatReadingDidNotTakeWhole) {
         Saving on(file);
         SaveOutcome outcome = on.Save();
         EXPECT_EQ(outcome.result, 0);
-        EXPECT_EQ(outcome.keptAs, "setting\\setting.ini.bak");
+        EXPECT_EQ(outcome.keptAs, "Setting\\setting.ini.bak");
         EXPECT_TRUE(on.Content() == FormatSettings(on.settings));
         on.settings.userId = "changed";
         EXPECT_EQ(on.Save().keptAs, "") << "its own file";
         on.disk.Put(kPath, "odd again");
-        EXPECT_EQ(on.Save().keptAs, "setting\\setting.ini.bak2");
+        EXPECT_EQ(on.Save().keptAs, "Setting\\setting.ini.bak2");
         EXPECT_EQ(on.Content(".bak2"), "odd again");
         EXPECT_TRUE(on.Content(".bak") == file);
     }
@@ -338,6 +339,31 @@ TEST(SettingsSaveTest, NothingIsLostWhateverFailsAndWheneverItStops) {
             ++call;
         EXPECT_GT(call, 15);
     }
+}
+
+TEST(SettingsFileTest, TheEnvironmentsBeginWithTheirDefaultsAtEveryStart) {
+    support::MemoryFileSystem disk;
+    Workspace workspace(disk, "/mail");
+    Settings settings;
+    Environments environments;
+    environments.entries[0].userId = "of before";
+    environments.entries[8].userId = "of before";
+    ASSERT_EQ(LoadSettings(workspace, settings, environments, ToolBarStyle::Plain).settings, -ENOENT);
+    EXPECT_EQ(environments.entries[0].userId, "");
+    EXPECT_EQ(environments.entries[8].userId, "of before");
+}
+
+TEST(ListFontTest, FollowsTheSettings) {
+    Settings settings;
+    EXPECT_EQ(CreateListFont(settings).height, -16);
+    EXPECT_EQ(CreateListFont(settings).face, "ＭＳ ゴシック"_sjis);
+    EXPECT_EQ(CreateListFont(settings).weight, 400);
+    settings.fontName.clear();
+    settings.fontSize = 0;
+    EXPECT_EQ(CreateListFont(settings).face, "FixedSys");
+    EXPECT_EQ(CreateListFont(settings).height, 0);
+    EXPECT_EQ(CreateSmallFont().height, 12);
+    EXPECT_EQ(CreateSmallFont().face, "ＭＳ ゴシック"_sjis);
 }
 
 }  // namespace

@@ -40,10 +40,10 @@ check "the other line" 7 "$(postkite settings get 1)"
 
 # Two programs wait for each other: no change is lost.
 for number in $(seq 176 195); do
-    postkite settings set "$number" "$number" 2>/dev/null &
+    postkite settings set "$number" "$((number - 176))" 2>/dev/null &
 done
 wait
-check "changes at one time" "$(seq 176 195 | xargs)" \
+check "changes at one time" "$(seq 0 19 | xargs)" \
     "$(postkite settings | sed -n 's/^\(17[6-9]\|18.\|19[0-5]\)  Bank=//p' | xargs)"
 
 # Switching changes both files.
@@ -61,9 +61,11 @@ check "help on every level" "0 0 0" \
     "$(status postkite --help) $(status postkite settings --help) $(status postkite environments set --help)"
 
 # Every command stands in the manual; the shell's completion reaches the program.
-while read -r command; do
-    check "manual: $command" 0 "$(status grep -q "$command" "$project/packaging/postkite.1")"
-done < <("$program" complete -- "")
+for command in $("$program" complete -- ""); do
+    for line in "$command" $("$program" complete -- "$command" "" | sed "s/^/$command:/"); do
+        check "manual: $line" 0 "$(status grep -Eq "^\.(B|BR|BI) \"?${line/:/ }" "$project/packaging/postkite.1")"
+    done
+done
 unset -f postkite
 PATH=$(dirname "$program"):$PATH
 source "$project/packaging/postkite.bash-completion"
@@ -71,5 +73,8 @@ COMP_WORDS=(postkite settings get 'MAIL\ WINDOW\ L')
 COMP_CWORD=3
 _postkite
 check "completion" 'MAIL\ WINDOW\ LEFT' "${COMPREPLY[*]}"
+COMP_WORDS=(postkite settings get '"MAIL WINDOW L')
+_postkite
+check "completion behind a quote" 'MAIL WINDOW LEFT' "${COMPREPLY[*]}"
 
 [ "$faults" -eq 0 ]

@@ -1,10 +1,10 @@
 #include "cli/commands/environments_command.h"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
 #include <nlohmann/json.hpp>
 
 #include "cli/application.h"
+#include "cli/environment_values.h"
 
 namespace postkite::cli {
 
@@ -13,7 +13,6 @@ namespace {
 using core::Environment;
 using Field = core::RecordField<Environment>;
 
-constexpr std::string_view kHiddenPassword = "********";
 constexpr std::string_view kIntegerField = "number";
 
 bool IsActive(const core::Settings& settings, int number) {
@@ -65,49 +64,21 @@ int List(CommandContext& context, bool showPasswords) {
     return context.json ? context.PrintJson(document) : context.Print(text);
 }
 
-bool AllDigits(std::string_view text) {
-    return text.find_first_not_of("0123456789") == std::string_view::npos;
-}
-
-/// Whether the value means something for the field; says so when it does not.
-bool IsSensible(CommandContext& context, const Field& field, const std::string& value) {
-    if (field.member == &Environment::route && !(value.size() == 1 && AllDigits(value))) {
-        static_cast<void>(context.Refuse(
-            {"route は 0 から 9 までの数字 1 文字で指定してください。", "route must be one digit, 0 to 9."}));
-        return false;
-    }
-    if (field.member == &Environment::speed && !AllDigits(value)) {
-        static_cast<void>(
-            context.Refuse({"speed は数字で指定してください。（bit/s）", "speed must be a number (bit/s)."}));
-        return false;
-    }
-    if (field.member == &Environment::dialling && value != "PB" && value != "DP") {
-        static_cast<void>(context.Refuse(
-            {"dialling は PB または DP で指定してください。", "dialling must be PB (tone) or DP (pulse)."}));
-        return false;
-    }
-    return true;
-}
-
 /// Takes one FIELD=VALUE into the environment. Returns the exit status.
 int Assign(CommandContext& context, Environment& environment, const std::string& assignment) {
     const std::size_t equals = assignment.find('=');
     const std::string name = assignment.substr(0, equals);
     const std::string typed = equals == std::string::npos ? std::string() : assignment.substr(equals + 1);
     if (equals != std::string::npos && name == kIntegerField) {
-        const char* end = typed.data() + typed.size();
-        std::int32_t value = 0;
-        const auto [rest, error] = std::from_chars(typed.data(), end, value);
-        if (error != std::errc() || rest != end) {
-            return context.Refuse({"number は整数で指定してください。", "number must be a whole number."});
-        }
-        environment.integer = value;
+        const auto value = IntegerValue(context, name, typed);
+        if (!value) return kRefused;
+        environment.integer = *value;
         return kDone;
     }
     for (const Field& field : core::EnvironmentFields()) {
         if (equals == std::string::npos || field.name != name) continue;
-        const auto value = context.LineValue(name, typed, field.longest);
-        if (!value || !IsSensible(context, field, *value)) return kRefused;
+        const auto value = EnvironmentValue(context, field, name, typed);
+        if (!value) return kRefused;
         environment.*field.member = *value;
         return kDone;
     }
@@ -130,9 +101,11 @@ int Set(CommandContext& context, int number, const std::vector<std::string>& ass
         const int assigned = Assign(context, environment, assignment);
         if (assigned != kDone) return assigned;
     }
-    // Both files: without a settings file the environments would not be read again.
-    if (session->program.SaveEnvironments() < 0) return kRefused;
-    return session->program.SaveSettings() < 0 ? kRefused : kDone;
+    // The settings are saved as well, since without their file the environments would not be read again, and
+    // first, since what stands there of an environment has no effect until the environment says the same.
+    core::CopyActiveEnvironment(session->program.environments(), session->program.settings());
+    if (session->program.SaveSettings() < 0) return kRefused;
+    return session->program.SaveEnvironments() < 0 ? kRefused : kDone;
 }
 
 int Switch(CommandContext& context, int number) {

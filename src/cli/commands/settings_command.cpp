@@ -1,11 +1,11 @@
 #include "cli/commands/settings_command.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <charconv>
 #include <nlohmann/json.hpp>
 
 #include "cli/application.h"
+#include "cli/environment_values.h"
 #include "core/letter_case.h"
 #include "core/settings_table.h"
 
@@ -15,8 +15,6 @@ namespace {
 
 using core::SettingLine;
 using Kind = SettingLine::Kind;
-
-constexpr std::string_view kHiddenPassword = "********";
 
 std::string ValueText(const SettingLine& line, core::Settings& settings) {
     return line.kind == Kind::Integer ? std::to_string(line.integer(settings)) : line.text(settings);
@@ -29,6 +27,17 @@ std::string ListedValue(const SettingLine& line, core::Settings& settings, bool 
     return secret && !showPasswords && !value.empty() ? std::string(kHiddenPassword) : value;
 }
 
+/// Programs get the values as they are, passwords too; it is the list for the eye that hides them.
+nlohmann::ordered_json JsonOf(const SettingLine& line, int number, core::Settings& settings) {
+    nlohmann::ordered_json entry = {{"number", number}, {"key", Utf8Bytes(line.key)}};
+    if (line.kind == Kind::Integer) {
+        entry["value"] = line.integer(settings);
+    } else {
+        entry["value"] = Utf8Bytes(line.text(settings));
+    }
+    return entry;
+}
+
 int List(CommandContext& context, bool showPasswords) {
     const auto session = context.Open();
     if (session == nullptr) return kRefused;
@@ -36,16 +45,10 @@ int List(CommandContext& context, bool showPasswords) {
     nlohmann::ordered_json document = nlohmann::ordered_json::array();
     std::string text;
     for (int number = 1; const SettingLine& line : core::SettingLines()) {
-        const std::string value = ListedValue(line, settings, showPasswords);
         if (context.json) {
-            nlohmann::ordered_json entry = {{"number", number}, {"key", Utf8Bytes(line.key)}};
-            if (line.kind == Kind::Integer) {
-                entry["value"] = line.integer(settings);
-            } else {
-                entry["value"] = Utf8Bytes(value);
-            }
-            document.push_back(std::move(entry));
+            document.push_back(JsonOf(line, number, settings));
         } else {
+            const std::string value = ListedValue(line, settings, showPasswords);
             const std::string digits = std::to_string(number);
             text += std::string(3 - digits.size(), ' ') + digits + "  " + Printable(line.key) + "=" +
                     Printable(value) + "\n";
@@ -95,27 +98,8 @@ int Get(CommandContext& context, const std::string& key) {
     if (session == nullptr) return kRefused;
     core::Settings& settings = session->program.settings();
     if (!context.json) return context.Print(Printable(ValueText(*line, settings)) + "\n");
-    nlohmann::ordered_json entry = {{"number", line - core::SettingLines().data() + 1},
-                                    {"key", Utf8Bytes(line->key)}};
-    if (line->kind == Kind::Integer) {
-        entry["value"] = line->integer(settings);
-    } else {
-        entry["value"] = Utf8Bytes(line->text(settings));
-    }
-    return context.PrintJson(entry);
-}
-
-std::optional<std::int32_t> IntegerValue(CommandContext& context, const std::string& key,
-                                         const std::string& typed) {
-    std::int32_t value = 0;
-    const char* end = typed.data() + typed.size();
-    const auto [rest, error] = std::from_chars(typed.data(), end, value);
-    if (error == std::errc() && rest == end) return value;
-    static_cast<void>(context.Refuse({"{} の値は {} から {} までの整数で指定してください。",
-                                      "The value of {} must be a whole number from {} to {}."},
-                                     key, std::to_string(std::numeric_limits<std::int32_t>::min()),
-                                     std::to_string(std::numeric_limits<std::int32_t>::max())));
-    return std::nullopt;
+    const auto number = static_cast<int>(line - core::SettingLines().data()) + 1;
+    return context.PrintJson(JsonOf(*line, number, settings));
 }
 
 /// The text of the active environment that start-up puts over this setting, or nullptr. While there is an
@@ -129,41 +113,40 @@ const core::RecordField<core::Environment>* FieldOver(const SettingLine& line, c
     return nullptr;
 }
 
-/// Sets the value in the open program. Returns the exit status.
-int Change(CommandContext& context, Session& session, const SettingLine& line, const std::string& key,
-           const std::string& typed, bool& environmentsChanged) {
+/// A change that is made in memory, with what there is to say about it once it is saved.
+struct Change {
+    bool inEnvironment = false;  ///< the active environment's value was changed as well
+    bool corrected = false;  ///< the value is not the one that was typed, but the nearest that reading takes
+};
+
+std::optional<Change> ChangeInteger(CommandContext& context, core::Settings& settings,
+                                    const SettingLine& line, const std::string& key,
+                                    const std::string& typed) {
+    const auto value = IntegerValue(context, key, typed);
+    if (!value) return std::nullopt;
+    line.integer(settings) = *value;
+    if (line.correct != nullptr) line.correct(settings);
+    return Change{.corrected = line.integer(settings) != *value};
+}
+
+std::optional<Change> ChangeText(CommandContext& context, Session& session, const SettingLine& line,
+                                 const std::string& key, const std::string& typed) {
     core::Settings& settings = session.program.settings();
-    if (line.kind == Kind::Integer) {
-        const auto value = IntegerValue(context, key, typed);
-        if (!value) return kRefused;
-        line.integer(settings) = *value;
-        if (line.correct != nullptr) line.correct(settings);
-        if (line.integer(settings) != *value) {
-            context.Remark({"{} の値は {} に補正されます。", "The value of {} is corrected to {}."}, key,
-                           std::to_string(line.integer(settings)));
-        }
-        return kDone;
-    }
     core::Environment* active = session.program.ActiveEnvironment();
     const auto* field = active == nullptr ? nullptr : FieldOver(line, settings);
-    const std::size_t longest =
-        field == nullptr ? line.longestText : std::min(line.longestText, field->longest);
-    const auto value = context.LineValue(key, typed, longest);
-    if (!value) return kRefused;
+    if (field == nullptr && &line.text(settings) == &settings.userPassword && settings.savePassword == 0) {
+        static_cast<void>(context.Refuse(
+            {"SAVEPASSWORD が 0 のため、{} は保存されません。", "{} is not kept while SAVEPASSWORD is 0."},
+            key));
+        return std::nullopt;
+    }
+    const auto value = field == nullptr ? context.LineValue(key, typed, line.longestText)
+                                        : EnvironmentValue(context, *field, key, typed);
+    if (!value) return std::nullopt;
     line.text(settings) = *value;
     if (line.correct != nullptr) line.correct(settings);
-    if (line.text(settings) != *value) {
-        context.Remark({"{} の値は {} に補正されます。", "The value of {} is corrected to {}."}, key,
-                       Printable(line.text(settings)));
-    }
-    if (field != nullptr) {
-        active->*field->member = *value;
-        environmentsChanged = true;
-        context.Remark({"{} は接続環境 {} の値です。接続環境も変更しました。",
-                        "{} belongs to environment {}, which was changed too."},
-                       key, std::to_string(settings.currentId));
-    }
-    return kDone;
+    if (field != nullptr) active->*field->member = *value;
+    return Change{.inEnvironment = field != nullptr, .corrected = line.text(settings) != *value};
 }
 
 int Set(CommandContext& context, const std::string& key, const std::string& typed) {
@@ -172,11 +155,24 @@ int Set(CommandContext& context, const std::string& key, const std::string& type
     core::WorkspaceLock lock;
     const auto session = context.OpenForChange(lock);
     if (session == nullptr) return kRefused;
-    bool environmentsChanged = false;
-    const int changed = Change(context, *session, *line, key, typed, environmentsChanged);
-    if (changed != kDone) return changed;
-    if (environmentsChanged && session->program.SaveEnvironments() < 0) return kRefused;
-    return session->program.SaveSettings() < 0 ? kRefused : kDone;
+    core::Settings& settings = session->program.settings();
+    const auto change = line->kind == Kind::Integer ? ChangeInteger(context, settings, *line, key, typed)
+                                                    : ChangeText(context, *session, *line, key, typed);
+    if (!change) return kRefused;
+    // The settings first: what stands there of an environment has no effect until the environment says the
+    // same.
+    if (session->program.SaveSettings() < 0) return kRefused;
+    if (change->inEnvironment && session->program.SaveEnvironments() < 0) return kRefused;
+    if (change->corrected) {
+        context.Remark({"{} の値は {} に補正されました。", "The value of {} was corrected to {}."}, key,
+                       Printable(ValueText(*line, settings)));
+    }
+    if (change->inEnvironment) {
+        context.Remark({"{} は接続環境 {} の値です。接続環境も変更しました。",
+                        "{} belongs to environment {}, which was changed too."},
+                       key, std::to_string(settings.currentId));
+    }
+    return kDone;
 }
 
 std::vector<std::string> CompleteKey(const std::vector<std::string>& words) {
