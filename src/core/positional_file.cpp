@@ -16,10 +16,6 @@ namespace {
 
 constexpr std::string_view kLineEnd = "\r\n";
 
-std::size_t HeldBytes(std::string_view value) {
-    return std::min(value.find_first_of(std::string_view("\r\n\0", 3)), value.size());
-}
-
 /// Whether `text` begins with the whole content of the file. Not so of a file that cannot be read on.
 bool IsBeginningOf(std::string_view text, File& file) {
     const std::int64_t size = file.Size();
@@ -42,7 +38,7 @@ int KeepCopy(Workspace& workspace, std::string_view name, std::string& copyName)
 }  // namespace
 
 bool FitsInLine(std::string_view value) {
-    return HeldBytes(value) == value.size();
+    return value.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
 }
 
 std::int32_t ParseInteger(std::string_view text) {
@@ -70,13 +66,14 @@ void ReadValue(LineReader& file, std::string& value, std::size_t longest, bool s
 }
 
 void AppendValue(std::string& output, std::string_view value, bool secret) {
-    value = value.substr(0, HeldBytes(value));
+    value = value.substr(0, value.find('\0'));
     if (secret) {
         std::string scrambled(CutToBytes(value, kLongestPassword));
         ScramblePassword(scrambled);
         output += scrambled;
     } else {
-        output += value;
+        // A LF that an old file holds moves nothing: lines end at a CR.
+        output += value.substr(0, value.find('\r'));
     }
     output += kLineEnd;
 }
