@@ -1,0 +1,220 @@
+#include "store/compaction.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <optional>
+
+#include "store/index_journal.h"
+#include "store/index_record.h"
+#include "store/text_record.h"
+#include "store/text_window.h"
+
+namespace postkite::store {
+
+namespace {
+
+/// Copied behind each terminator: the two bytes that follow it, as the files have always had them.
+constexpr std::size_t kBytesBehindTerminator = 2;
+
+/// How far a mail's terminator may be from its beginning.
+constexpr std::size_t kSearchBytes = MAIL_BODY_MAX - 1;
+
+/// A new file that is written from its beginning to its end.
+class Output {
+  public:
+    int Create(const FolderFiles& files, const std::string& name) {
+        const int removed = files.workspace->Remove(name);
+        if (removed < 0 && removed != -ENOENT) return removed;
+        return files.workspace->Open(name, core::OpenMode::CreateNew, file_);
+    }
+
+    int Add(std::string_view bytes) {
+        buffer_ += bytes;
+        size_ += bytes.size();
+        constexpr std::size_t kBufferBytes = 1024 * 1024;
+        return buffer_.size() < kBufferBytes ? 0 : Flush();
+    }
+
+    int Finish() {
+        const int flushed = Flush();
+        return flushed < 0 ? flushed : file_->Sync();
+    }
+
+    [[nodiscard]] std::uint64_t size() const { return size_; }
+
+  private:
+    int Flush() {
+        const int written = file_->WriteAt(size_ - buffer_.size(), buffer_);
+        buffer_.clear();
+        return written;
+    }
+
+    std::unique_ptr<core::File> file_;
+    std::string buffer_;
+    std::uint64_t size_ = 0;
+};
+
+/// The mail at `offset` with its terminator and what is copied behind it; empty when it has none.
+std::string_view WholeText(TextWindow& text, std::uint64_t offset) {
+    constexpr std::size_t kFirstPieceBytes = 8192;
+    std::size_t searched = 0;
+    for (std::size_t length = kFirstPieceBytes;; length = std::min(length * 2, kSearchBytes)) {
+        const std::string_view piece = text.At(offset, length);
+        const std::size_t end = piece.find(kTerminator, searched);
+        if (end != std::string_view::npos) {
+            return text.At(offset, end + kTerminator.size() + kBytesBehindTerminator);
+        }
+        if (piece.size() < length || length == kSearchBytes) return {};
+        searched = piece.size() - (kTerminator.size() - 1);
+    }
+}
+
+/// The first record that is deleted; the number of records where none is.
+std::uint64_t FirstDeleted(TextWindow& index) {
+    for (std::uint64_t number = 0;; ++number) {
+        const std::string_view record = index.At(number * kIndexRecordBytes, kIndexRecordBytes);
+        if (record.size() < kIndexRecordBytes || IsDeleted(record)) return number;
+    }
+}
+
+class TextRewriting {
+  public:
+    explicit TextRewriting(const FolderFiles& files) : files_(files) {}
+
+    TextCompaction Run(const std::function<void()>& onMail) {
+        TextCompaction done;
+        done.result = OpenAll();
+        if (done.result == -ENOENT) return {};  // no index, no mails
+        if (done.result == 0) done.result = CopyMails(onMail, done.lostMails);
+        if (done.result == 0) done.result = FinishNewFiles();
+        if (done.result == 0 && done.lostMails > 0) done.result = KeepOldText(done.keptAs);
+        if (done.result == 0) done.result = files_.workspace->Rename(files_.compactionText, files_.text);
+        if (done.result < 0) {
+            Discard();
+            return done;
+        }
+        // From here on there is no way back: the new index alone means that it has to follow its text.
+        done.result = files_.workspace->SyncNames(files_.text);
+        if (done.result == 0) done.result = FinishInterruptedChanges(files_);
+        return done;
+    }
+
+  private:
+    int OpenAll() {
+        int result = files_.workspace->Open(files_.index, core::OpenMode::Read, index_);
+        if (result < 0) return result;
+        oldIndex_.emplace(*index_);
+        result = files_.workspace->Open(files_.text, core::OpenMode::Read, text_);
+        if (result < 0 && result != -ENOENT) return result;
+        if (result == 0) oldText_.emplace(*text_);
+        result = newText_.Create(files_, files_.compactionText);
+        // On the disk before the other one: that one alone would look like a change half done.
+        if (result == 0) result = files_.workspace->SyncNames(files_.compactionText);
+        return result < 0 ? result : newIndex_.Create(files_, files_.compactionIndex);
+    }
+
+    int CopyMails(const std::function<void()>& onMail, int& lostMails) {
+        for (std::uint64_t number = 0;; ++number) {
+            const std::string_view record = oldIndex_->At(number * kIndexRecordBytes, kIndexRecordBytes);
+            if (oldIndex_->error() < 0) return oldIndex_->error();
+            if (record.size() < kIndexRecordBytes) return 0;
+            if (IsDeleted(record)) continue;
+            std::string head = std::to_string(newText_.size());
+            head.resize(index_field::kTextOffset.width, ' ');
+            int result = newIndex_.Add(head);
+            if (result == 0) result = newIndex_.Add("30\r\n");
+            if (result == 0) result = newIndex_.Add(record.substr(index_field::kFlags.offset));
+            if (result == 0) result = CopyText(TextOffsetOf(record), lostMails);
+            if (result < 0) return result;
+            onMail();
+        }
+    }
+
+    int CopyText(std::optional<std::uint64_t> offset, int& lostMails) {
+        std::string_view text;
+        if (offset && oldText_) text = WholeText(*oldText_, *offset);
+        if (oldText_ && oldText_->error() < 0) return oldText_->error();
+        if (!text.empty()) return newText_.Add(text);
+        ++lostMails;
+        return newText_.Add(kTerminator);
+    }
+
+    int FinishNewFiles() {
+        int result = newText_.Finish();
+        if (result == 0) result = newIndex_.Finish();
+        return result < 0 ? result : files_.workspace->SyncNames(files_.compactionIndex);
+    }
+
+    int KeepOldText(std::string& keptAs) {
+        if (!oldText_) return 0;
+        constexpr int kMostCopies = 999;
+        for (int number = 1; number <= kMostCopies; ++number) {
+            keptAs = files_.text + ".bak" + (number == 1 ? std::string() : std::to_string(number));
+            core::EntryKind kind{};
+            const int inspected = files_.workspace->Inspect(keptAs, kind);
+            if (inspected < 0) return inspected;
+            if (kind != core::EntryKind::Missing) continue;
+            const int renamed = files_.workspace->Rename(files_.text, keptAs);
+            return renamed < 0 ? renamed : files_.workspace->SyncNames(files_.text);
+        }
+        return -EEXIST;
+    }
+
+    void Discard() {
+        bool textIsThere = false;
+        core::EntryKind kind{};
+        if (files_.workspace->Inspect(files_.text, kind) == 0) textIsThere = kind != core::EntryKind::Missing;
+        // Kept under another name already, the old text leaves its place to the new one, now or at the next
+        // start.
+        if (oldText_ && !textIsThere) return;
+        const int removed = files_.workspace->Remove(files_.compactionIndex);
+        // The text alone means nothing to whoever finds it; the index alone would.
+        if (removed == 0 || removed == -ENOENT)
+            static_cast<void>(files_.workspace->Remove(files_.compactionText));
+    }
+
+    const FolderFiles& files_;
+    std::unique_ptr<core::File> index_;
+    std::unique_ptr<core::File> text_;
+    std::optional<TextWindow> oldIndex_;
+    std::optional<TextWindow> oldText_;
+    Output newText_;
+    Output newIndex_;
+};
+
+}  // namespace
+
+int RemoveDeletedRecords(const FolderFiles& files) {
+    core::WorkspaceLock lock;
+    int result = files.workspace->Lock(true, lock);
+    if (result == 0) result = FinishInterruptedChanges(files);
+    std::unique_ptr<core::File> file;
+    if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::Read, file);
+    if (result < 0) return result;
+    TextWindow index(*file);
+    const std::uint64_t first = FirstDeleted(index);
+    if (index.At(first * kIndexRecordBytes, kIndexRecordBytes).size() < kIndexRecordBytes)
+        return index.error();
+
+    IndexJournal journal(files);
+    result = journal.Begin(first);
+    for (std::uint64_t number = first; result == 0; ++number) {
+        const std::string_view record = index.At(number * kIndexRecordBytes, kIndexRecordBytes);
+        if (record.size() < kIndexRecordBytes) break;
+        if (!IsDeleted(record)) result = journal.Add(record);
+    }
+    if (result == 0) result = index.error();
+    return result < 0 ? result : journal.Apply(IndexJournal::End::CutBehind);
+}
+
+TextCompaction RewriteText(const FolderFiles& files, const std::function<void()>& onMail) {
+    core::WorkspaceLock lock;
+    TextCompaction failed;
+    failed.result = files.workspace->Lock(true, lock);
+    if (failed.result == 0) failed.result = FinishInterruptedChanges(files);
+    if (failed.result < 0) return failed;
+    return TextRewriting(files).Run(onMail);
+}
+
+}  // namespace postkite::store

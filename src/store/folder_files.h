@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "core/user_interface.h"
+#include "core/workspace.h"
+
+/// Where a folder's files lie, and what a crash can leave among them.
+///
+/// Two changes take more than one step: putting new records in the place of an index's old ones, and
+/// compaction, which replaces index and text together. Each writes what is to be beside, on the disk itself,
+/// before it touches what is; `FinishInterruptedChanges` brings a folder to one side or the other after a
+/// crash:
+///
+/// - "N.$$i" is the journal of an index change (`IndexJournal`), made under another name and renamed when
+/// whole. While it is
+///   there its records are copied over the index, as often as need be.
+/// - "N.$$t" and "N.$$l" are the new text and index of a compaction. The text is made first and renamed
+/// first: both
+///   there means not yet, the index alone means that the text is replaced already and the index has to
+///   follow.
+namespace postkite::store {
+
+/// The name of the folder that the clipboard uses; its files lie outside the banks.
+inline constexpr std::string_view kClipboardFolder = "$PostkiteClipFile$";
+
+/// Names in `workspace`; code page 932. Borrows the workspace.
+struct FolderFiles {
+    core::Workspace* workspace;
+    std::string index;            ///< "B\N.loc"
+    std::string text;             ///< "B\N.mtx"
+    std::string properties;       ///< "B\N.PROP"
+    std::string journal;          ///< "B\N.$$i"
+    std::string compactionIndex;  ///< "B\N.$$l"
+    std::string compactionText;   ///< "B\N.$$t"
+};
+
+/// The files of the folder with that base name in a bank's directory; an empty directory is the working
+/// directory itself.
+[[nodiscard]] FolderFiles FilesOf(core::Workspace& workspace, std::string_view bankDirectory,
+                                  std::string_view folder);
+
+/// Finishes or undoes what a crash interrupted in a folder, and does nothing where there was none. Returns 0
+/// or a negated errno value. Takes the lock itself where there is something to do.
+[[nodiscard]] int FinishInterruptedChanges(const FolderFiles& files);
+
+}  // namespace postkite::store

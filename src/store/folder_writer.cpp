@@ -1,0 +1,171 @@
+#include "store/folder_writer.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+#include "store/index_journal.h"
+#include "store/index_record.h"
+#include "store/text_record.h"
+
+namespace postkite::store {
+
+namespace {
+
+/// How much is gathered before it is written.
+constexpr std::size_t kBufferBytes = 1024 * 1024;
+
+using Member = std::string MailRecord::*;
+constexpr std::array<Member, 16> kHeaderFields = {
+    &MailRecord::flags,     &MailRecord::address,  &MailRecord::name,         &MailRecord::date,
+    &MailRecord::subject,   &MailRecord::attach,   &MailRecord::cc,           &MailRecord::bcc,
+    &MailRecord::localId,   &MailRecord::sizeText, &MailRecord::extraAddress, &MailRecord::sourceId,
+    &MailRecord::messageId, &MailRecord::spare1,   &MailRecord::spare2,       &MailRecord::spare5,
+};
+
+bool CanBeStored(const MailRecord& record) {
+    const bool headers = std::all_of(kHeaderFields.begin(), kHeaderFields.end(), [&record](Member member) {
+        return (record.*member).find_first_of(std::string_view("\r\0", 2)) == std::string::npos;
+    });
+    return headers && record.flags.size() <= index_field::kFlags.width &&
+           record.body.find(kTerminator) == std::string::npos;
+}
+
+/// What every stored mail has.
+void PrepareForStorage(MailRecord& record) {
+    if (record.flags.size() <= flag::kLine17) record.flags.resize(flag::kLine17 + 1, ' ');
+    record.flags[flag::kLine17] = 'Y';
+    record.spare2.clear();
+    record.spare3.clear();
+    record.spare4.clear();
+}
+
+}  // namespace
+
+FolderWriter::~FolderWriter() {
+    if (changed_) TakeBack();
+}
+
+int FolderWriter::Open(const FolderFiles& files) {
+    files_ = files;
+    int result = files.workspace->Lock(true, lock_);
+    if (result == 0) result = FinishInterruptedChanges(files);
+    if (result == 0) result = files.workspace->Open(files.text, core::OpenMode::ReadWriteOrCreate, text_);
+    if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::ReadWriteOrCreate, index_);
+    if (result < 0) return result;
+    const std::int64_t textSize = text_->Size();
+    const std::int64_t indexSize = index_->Size();
+    if (textSize < 0) return static_cast<int>(textSize);
+    if (indexSize < 0) return static_cast<int>(indexSize);
+    oldTextBytes_ = textBytes_ = static_cast<std::uint64_t>(textSize);
+    // A torn last record is written over by the next one.
+    const auto whole = static_cast<std::uint64_t>(indexSize) / kIndexRecordBytes * kIndexRecordBytes;
+    oldIndexBytes_ = indexBytes_ = whole;
+    return 0;
+}
+
+int FolderWriter::nextRecordNumber() const {
+    return static_cast<int>(indexBytes_ / kIndexRecordBytes);
+}
+
+int FolderWriter::AddText(MailRecord& record, std::string& indexRecord) {
+    PrepareForStorage(record);
+    const std::uint64_t offset = textBytes_;
+    const std::size_t before = textBuffer_.size();
+    FormatTextRecord(record, textBuffer_);
+    textBytes_ += textBuffer_.size() - before;
+    changed_ = true;
+    CutIndexFields(record);
+    indexRecord = FormatIndexRecord(offset, record);
+    return textBuffer_.size() < kBufferBytes ? 0 : FlushText();
+}
+
+int FolderWriter::Append(MailRecord& record) {
+    if (failure_ < 0) return failure_;
+    if (!CanBeStored(record)) return -EINVAL;
+    // Two identifiers are made and the second is kept: that is how the serial numbers of old mailboxes have
+    // run.
+    record.localId = identifiers_->MakeMailKey();
+    record.localId = identifiers_->MakeMailKey();
+    std::string indexRecord;
+    const int added = AddText(record, indexRecord);
+    if (added < 0) return Fail(added);
+    indexBuffer_ += indexRecord;
+    indexBytes_ += kIndexRecordBytes;
+    // The records of very many mails do not wait in memory for the commit: they may follow their texts before
+    // it.
+    const int flushed = indexBuffer_.size() < kBufferBytes ? 0 : FlushBoth();
+    return flushed < 0 ? Fail(flushed) : 0;
+}
+
+int FolderWriter::Overwrite(int recordNumber, MailRecord& record) {
+    if (failure_ < 0) return failure_;
+    if (!CanBeStored(record) || recordNumber < 0 || recordNumber >= nextRecordNumber()) return -EINVAL;
+    if (overwriting_) return -EINVAL;
+    record.localId = identifiers_->MakeMailKey();
+    std::string indexRecord;
+    const int added = AddText(record, indexRecord);
+    if (added < 0) return Fail(added);
+    overwriting_ = {recordNumber, std::move(indexRecord)};
+    return 0;
+}
+
+int FolderWriter::FlushText() {
+    const int written = text_->WriteAt(textBytes_ - textBuffer_.size(), textBuffer_);
+    textBuffer_.clear();
+    return written;
+}
+
+int FolderWriter::FlushBoth() {
+    int result = FlushText();
+    if (result == 0) result = text_->Sync();
+    if (result == 0) result = index_->WriteAt(indexBytes_ - indexBuffer_.size(), indexBuffer_);
+    indexBuffer_.clear();
+    return result;
+}
+
+int FolderWriter::PutOverwriting() {
+    if (!overwriting_) return 0;
+    IndexJournal journal(files_);
+    int result = journal.Begin(static_cast<std::uint64_t>(overwriting_->recordNumber));
+    if (result == 0) result = journal.Add(overwriting_->bytes);
+    if (result == 0) result = journal.Apply(IndexJournal::End::Kept);
+    // The record will point to its text sooner or later: the text has to stay.
+    if (journal.stands()) changed_ = false;
+    overwriting_.reset();
+    return result;
+}
+
+int FolderWriter::Commit() {
+    if (failure_ < 0) return failure_;
+    if (!changed_) return 0;
+    int result = FlushBoth();
+    if (result == 0) result = index_->Sync();
+    // Either file may be a new one.
+    if (result == 0) result = files_.workspace->SyncNames(files_.index);
+    if (result == 0) result = PutOverwriting();
+    if (result < 0) return Fail(result);
+    oldTextBytes_ = textBytes_;
+    oldIndexBytes_ = indexBytes_;
+    changed_ = false;
+    return 0;
+}
+
+int FolderWriter::Fail(int result) {
+    failure_ = result;
+    if (changed_) TakeBack();
+    return result;
+}
+
+void FolderWriter::TakeBack() {
+    // The index first: it must not point to what is gone. Where the disk refuses even this, a record without
+    // its text is a damaged mail and nothing else.
+    static_cast<void>(index_->Truncate(oldIndexBytes_));
+    static_cast<void>(text_->Truncate(oldTextBytes_));
+    textBuffer_.clear();
+    indexBuffer_.clear();
+    overwriting_.reset();
+    changed_ = false;
+}
+
+}  // namespace postkite::store

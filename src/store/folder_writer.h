@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "core/time_stamp.h"
+#include "core/workspace.h"
+#include "store/folder_files.h"
+#include "store/mail_record.h"
+
+namespace postkite::store {
+
+/// A folder open for any number of mails to be appended. Nothing of them counts before `Commit`: it puts the
+/// texts on the disk first, then the index records that point to them, and returns 0 when both are there for
+/// good. What fails is taken back, and the folder is as it was. Holds the working directory's lock while it
+/// lives. Borrows the identifier maker.
+class FolderWriter {
+  public:
+    explicit FolderWriter(core::IdentifierMaker& identifiers) : identifiers_(&identifiers) {}
+    FolderWriter(const FolderWriter&) = delete;
+    FolderWriter& operator=(const FolderWriter&) = delete;
+    /// Takes back what was not committed.
+    ~FolderWriter();
+
+    /// Opens the folder's files, made when they are missing. Returns 0 or a negated errno value, as all
+    /// operations here.
+    [[nodiscard]] int Open(const FolderFiles& files);
+
+    /// Adds a mail at the end of the list. `record` is changed as it is stored: a new localId, flag 14 set,
+    /// the spares cleared, index fields cut. -EINVAL for a record that would break the files: a header field
+    /// with CR or a zero byte, a body that holds the terminator, flags of more than 50 bytes; nothing has
+    /// changed then.
+    [[nodiscard]] int Append(MailRecord& record);
+
+    /// The same in the place of record `recordNumber`, which must exist. One a commit.
+    [[nodiscard]] int Overwrite(int recordNumber, MailRecord& record);
+
+    /// The record number of the next mail that is appended.
+    [[nodiscard]] int nextRecordNumber() const;
+
+    [[nodiscard]] int Commit();
+
+  private:
+    struct Overwriting {
+        int recordNumber;
+        std::string bytes;
+    };
+
+    [[nodiscard]] int AddText(MailRecord& record, std::string& indexRecord);
+    [[nodiscard]] int FlushText();
+    [[nodiscard]] int FlushBoth();
+    [[nodiscard]] int PutOverwriting();
+    int Fail(int result);
+    void TakeBack();
+
+    core::IdentifierMaker* identifiers_;
+    FolderFiles files_{};
+    core::WorkspaceLock lock_;
+    std::unique_ptr<core::File> index_;
+    std::unique_ptr<core::File> text_;
+    std::uint64_t oldTextBytes_ = 0;
+    std::uint64_t oldIndexBytes_ = 0;
+    std::uint64_t textBytes_ = 0;   ///< written and gathered
+    std::uint64_t indexBytes_ = 0;  ///< likewise
+    std::string textBuffer_;
+    std::string indexBuffer_;
+    std::optional<Overwriting> overwriting_;
+    int failure_ = 0;
+    bool changed_ = false;  ///< since the last commit
+};
+
+}  // namespace postkite::store

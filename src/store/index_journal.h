@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "store/folder_files.h"
+
+namespace postkite::store {
+
+/// Records that are to stand in an index in the place of others. They are gathered in a file beside, which
+/// reaches the disk whole before the index is touched, so that a crash leaves the old records or the new
+/// ones. Hold the lock from the making of the object to its end.
+class IndexJournal {
+  public:
+    explicit IndexJournal(const FolderFiles& files) : files_(&files) {}
+
+    /// The records from `firstRecord` on are to be replaced by those that are added from here on.
+    [[nodiscard]] int Begin(std::uint64_t firstRecord);
+
+    /// Whole records of 900 bytes.
+    [[nodiscard]] int Add(std::string_view records);
+
+    enum class End { Kept, CutBehind };
+    /// Puts the records in the index: the index keeps what it has behind them, or ends there.
+    [[nodiscard]] int Apply(End end);
+
+    /// Whether the change will be made whatever happens from now on, although `Apply` failed: the next one to
+    /// open the folder goes on with it.
+    [[nodiscard]] bool stands() const { return stands_; }
+
+    /// Puts the records of a journal that a crash left in the index.
+    [[nodiscard]] static int Resume(const FolderFiles& files);
+
+  private:
+    [[nodiscard]] int Flush();
+    [[nodiscard]] std::string UnfinishedName() const { return files_->journal + ".$$$"; }
+
+    const FolderFiles* files_;
+    std::unique_ptr<core::File> file_;
+    std::uint64_t firstRecord_ = 0;
+    std::uint64_t writtenBytes_ = 0;
+    std::string buffer_;
+    bool stands_ = false;
+};
+
+}  // namespace postkite::store

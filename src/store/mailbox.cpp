@@ -1,0 +1,278 @@
+#include "store/mailbox.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+
+#include "core/error_log.h"
+#include "core/error_text.h"
+#include "core/shift_jis.h"
+#include "store/compaction.h"
+#include "store/folder_renaming.h"
+#include "store/older_layouts.h"
+
+namespace postkite::store {
+
+using namespace core::literals;
+
+namespace {
+
+constexpr std::string_view kServerFolder = "server";
+
+/// "%4d Kbyte" of the length of the body from its fifth byte on.
+std::string ServerListSize(std::string_view body) {
+    constexpr std::size_t kUncountedBytes = 4;
+    const std::size_t counted = body.size() - std::min(body.size(), kUncountedBytes);
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%4zu Kbyte", counted / 1000 + 1);
+    return text.data();
+}
+
+std::size_t BodyLimit(int mode) {
+    constexpr int kShortMode = 1;
+    return (mode == kShortMode ? kShortReadBytes : MAIL_BODY_MAX) - kReadHeadroomBytes;
+}
+
+}  // namespace
+
+Mailbox::Mailbox(core::Workspace& workspace, core::Workspace& programState, core::UserInterface& ui,
+                 const core::Clock& clock, core::IdentifierMaker& identifiers)
+    : workspace_(&workspace),
+      programState_(&programState),
+      ui_(&ui),
+      clock_(&clock),
+      identifiers_(&identifiers) {
+}
+
+FolderFiles Mailbox::FilesOf(std::string_view folder) const {
+    if (folder == kClipboardFolder) return store::FilesOf(*programState_, {}, folder);
+    return store::FilesOf(*workspace_, bankDirectory_, folder);
+}
+
+bool Mailbox::IsUsableName(std::string_view folder) {
+    return core::Workspace::IsSafeComponent(folder) &&
+           core::Workspace::IsSafeComponent(std::string(folder) + ".loc");
+}
+
+void Mailbox::ReportFault(std::string_view folder, int error) {
+    const bool japanese = ui_->language() == core::Language::Japanese;
+    std::string text(japanese ? "フォルダ "_sjis : "The folder "_sjis);
+    text += folder;
+    text += japanese ? " を処理できませんでした。（"_sjis : " could not be worked on: "_sjis;
+    text += core::DescribeError(error, ui_->language());
+    text += japanese ? "）"_sjis : "."_sjis;
+    core::LogError(*workspace_, text);
+    ui_->ShowMessage(core::kProductName, text, core::MessageIcon::Stop);
+}
+
+std::unique_ptr<FolderWriter> Mailbox::OpenWriter(std::string_view folder) {
+    const std::string_view target = serverListMode_ ? kServerFolder : folder;
+    auto writer = std::make_unique<FolderWriter>(*identifiers_);
+    const int opened = writer->Open(FilesOf(target));
+    if (opened < 0) {
+        ReportFault(target, opened);
+        return nullptr;
+    }
+    lastWrittenFolder_ = target;
+    return writer;
+}
+
+void Mailbox::PrepareForServerList(MailRecord& record) const {
+    if (!serverListMode_) return;
+    record.sizeText = ServerListSize(record.body);
+    if (record.flags.size() <= flag::kServerList) record.flags.resize(flag::kServerList + 1, ' ');
+    record.flags[flag::kServerList] = 'S';
+}
+
+int Mailbox::AppendTo(FolderWriter& writer, MailRecord& record) {
+    PrepareForServerList(record);
+    return writer.Append(record);
+}
+
+int Mailbox::Commit(FolderWriter& writer, std::string_view folder) {
+    const int committed = writer.Commit();
+    if (committed == 0) return 0;
+    ReportFault(folder, committed);
+    return -1;
+}
+
+int Mailbox::AppendMail(std::string_view folder, MailRecord& record, int recordNumber) {
+    const auto writer = OpenWriter(folder);
+    if (writer == nullptr) return -1;
+    PrepareForServerList(record);
+    const int added = recordNumber == -1 ? writer->Append(record) : writer->Overwrite(recordNumber, record);
+    if (added < 0) {
+        ReportFault(folder, added);
+        return -1;
+    }
+    return Commit(*writer, folder);
+}
+
+int Mailbox::ReplaceMail(std::string_view folder, int, MailRecord& record) {
+    core::WorkspaceLock lock;
+    const FolderFiles files = FilesOf(folder);
+    const int locked = files.workspace->Lock(true, lock);
+    if (locked < 0) {
+        ReportFault(folder, locked);
+        return -1;
+    }
+    FolderReader reader;
+    if (reader.Open(files) < 0) return 0;
+    const int found = reader.FindMail(record.localId);
+    if (found == -1) return 0;
+    const auto oldText = TextOffsetOf(reader.IndexRecord(found));
+    if (AppendMail(folder, record, found) < 0) return -1;
+    // The old text is marked last: until then it is the mail, and what happens to the mark now does not
+    // matter any more.
+    std::unique_ptr<core::File> text;
+    if (oldText && files.workspace->Open(files.text, core::OpenMode::ReadWrite, text) == 0) {
+        static_cast<void>(text->WriteAt(*oldText + flag::kDeleted, "x"));
+    }
+    return 0;
+}
+
+int Mailbox::ReadMail(std::string_view folder, int recordNumber, MailRecord& record, int mode) {
+    FolderReader reader;
+    if (reader.Open(FilesOf(folder)) < 0) return -1;
+    const FolderReader::Condition condition = reader.ReadMail(recordNumber, BodyLimit(mode), record);
+    return condition == FolderReader::Condition::Damaged ? -1 : 0;
+}
+
+int Mailbox::ReadListEntry(std::string_view folder, int recordNumber, MailListEntry& entry) {
+    FolderReader reader;
+    return reader.Open(FilesOf(folder)) < 0 ? -1 : reader.ReadListEntry(recordNumber, entry);
+}
+
+int Mailbox::FindMail(std::string_view folder, std::string_view localId) {
+    FolderReader reader;
+    return reader.Open(FilesOf(folder)) < 0 ? -1 : reader.FindMail(localId);
+}
+
+int Mailbox::FindAndDeleteMail(std::string_view folder, std::string_view localId) {
+    const int found = FindMail(folder, localId);
+    if (found == -1) return -1;
+    return MarkDeleted(folder, found) == 0 ? found : -1;
+}
+
+int Mailbox::CountMails(std::string_view folder) {
+    FolderReader reader;
+    return reader.Open(FilesOf(folder)) < 0 ? 0 : reader.CountMails();
+}
+
+int Mailbox::MarkMany(std::string_view folder, const std::function<int(FolderMarker&)>& mark) {
+    FolderMarker marker;
+    int result = marker.Open(FilesOf(folder));
+    // A folder without files has no mail that could be marked.
+    if (result == -ENOENT) return -1;
+    if (result == 0) {
+        result = mark(marker);
+        const int committed = marker.Commit();
+        if (result == -EINVAL && committed == 0) return -1;
+        if (result == 0) result = committed;
+    }
+    if (result == 0) return 0;
+    ReportFault(folder, result);
+    return -1;
+}
+
+int Mailbox::SetFlag(std::string_view folder, int recordNumber, std::size_t position, char character) {
+    return MarkMany(folder,
+                    [=](FolderMarker& marker) { return marker.SetFlag(recordNumber, position, character); });
+}
+
+int Mailbox::SetRead(std::string_view folder, int recordNumber, bool read) {
+    return SetFlag(folder, recordNumber, flag::kRead, read ? 'R' : 'r');
+}
+
+int Mailbox::SetPosition8(std::string_view folder, int recordNumber, bool on) {
+    return SetFlag(folder, recordNumber, flag::kPosition8, on ? 'Y' : 'y');
+}
+
+int Mailbox::SetCharacter5(std::string_view folder, int recordNumber, char character) {
+    return SetFlag(folder, recordNumber, flag::kCharacter5, character);
+}
+
+int Mailbox::SetDigit(std::string_view folder, int recordNumber, int value) {
+    return SetFlag(folder, recordNumber, flag::kDigit, static_cast<char>('0' + value));
+}
+
+int Mailbox::MarkSent(std::string_view folder, int recordNumber, bool sent) {
+    return MarkMany(folder,
+                    [&](FolderMarker& marker) { return marker.MarkSent(recordNumber, sent, *clock_); });
+}
+
+int Mailbox::MarkDeleted(std::string_view folder, int recordNumber) {
+    return MarkMany(folder, [=](FolderMarker& marker) { return marker.MarkDeleted(recordNumber); });
+}
+
+int Mailbox::CompactIndex(std::string_view folder) {
+    const int result = RemoveDeletedRecords(FilesOf(folder));
+    if (result == 0 || result == -ENOENT) return 0;
+    ReportFault(folder, result);
+    return -1;
+}
+
+int Mailbox::CompactText(std::string_view folder, const std::function<void()>& onMail) {
+    const TextCompaction done = RewriteText(FilesOf(folder), onMail);
+    if (done.result < 0) {
+        ReportFault(folder, done.result);
+        return -1;
+    }
+    if (done.lostMails > 0) ReportLostTexts(folder, done);
+    return 0;
+}
+
+void Mailbox::ReportLostTexts(std::string_view folder, const TextCompaction& done) {
+    const bool japanese = ui_->language() == core::Language::Japanese;
+    std::string text(folder);
+    text += japanese ? " の "_sjis : ": the texts of "_sjis;
+    text += std::to_string(done.lostMails);
+    text += japanese ? " 通のメールは本文の終わりが見つからないため失われました。"_sjis
+                     : " mails have no end and are gone."_sjis;
+    if (!done.keptAs.empty()) {
+        text += japanese ? "元のファイルを "_sjis : " The old file is kept as "_sjis;
+        text += done.keptAs;
+        text += japanese ? " として残しました。"_sjis : "."_sjis;
+    }
+    ui_->ShowMessage(core::kProductName, text, core::MessageIcon::Warning);
+}
+
+int Mailbox::CreateFolderFiles(std::string_view newName) {
+    constexpr int kCannotCreate = 2;
+    const FolderFiles files = FilesOf(newName);
+    core::EntryKind kind{};
+    int result = files.workspace->Inspect(files.index, kind);
+    if (result == 0 && kind != core::EntryKind::Missing) return 0;
+    std::unique_ptr<core::File> index;
+    if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::CreateNew, index);
+    if (result == 0) result = files.workspace->SyncNames(files.index);
+    if (result == 0) return 0;
+    ui_->ShowMessage(core::kProductName, "メールボックスファイルの初期化ができませんでした。"_sjis,
+                     core::MessageIcon::Stop);
+    return kCannotCreate;
+}
+
+int Mailbox::RenameFolderFiles(std::string_view oldName, std::string_view newName) {
+    return store::RenameFolderFiles(*workspace_, bankDirectory_, oldName, newName, *ui_);
+}
+
+int Mailbox::DeleteClipboardFiles() {
+    const FolderFiles files = FilesOf(kClipboardFolder);
+    int result = 0;
+    for (const std::string& name : {files.index, files.text}) {
+        const int removed = files.workspace->Remove(name);
+        if (removed < 0 && removed != -ENOENT) result = -1;
+    }
+    return result;
+}
+
+int Mailbox::ReadMailV1(std::string_view folder, int recordNumber, MailRecord& record) {
+    return store::ReadMailV1(FilesOf(folder), recordNumber, record);
+}
+
+int Mailbox::ReadMailV2(std::string_view folder, int recordNumber, MailRecord& record) {
+    return store::ReadMailV2(FilesOf(folder), recordNumber, record);
+}
+
+}  // namespace postkite::store

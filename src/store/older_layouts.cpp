@@ -1,0 +1,269 @@
+#include "store/older_layouts.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <limits>
+#include <span>
+#include <string>
+
+#include "core/shift_jis.h"
+#include "store/index_record.h"
+#include "store/text_record.h"
+
+namespace postkite::store {
+
+namespace {
+
+using Member = std::string MailRecord::*;
+
+constexpr Member kHeaderLinesV1[] = {
+    &MailRecord::flags,   &MailRecord::address,      &MailRecord::name,     &MailRecord::date,
+    &MailRecord::subject, &MailRecord::attach,       &MailRecord::cc,       &MailRecord::bcc,
+    &MailRecord::localId, &MailRecord::extraAddress, &MailRecord::sourceId,
+};
+
+constexpr Member kHeaderLinesV2[] = {
+    &MailRecord::flags,     &MailRecord::localId,      &MailRecord::address,  &MailRecord::name,
+    &MailRecord::date,      &MailRecord::subject,      &MailRecord::attach,   &MailRecord::cc,
+    &MailRecord::bcc,       &MailRecord::extraAddress, &MailRecord::sizeText, &MailRecord::sourceId,
+    &MailRecord::messageId, &MailRecord::spare1,       &MailRecord::spare2,   &MailRecord::spare3,
+};
+
+/// Where a V1.xx mail says that it has a size text, and how much of it is kept.
+constexpr std::size_t kSizeTextMark = 3;
+constexpr std::size_t kSizeTextBytesV1 = 50;
+
+constexpr std::size_t kBodyLimit = MAIL_BODY_MAX - kReadHeadroomBytes;
+
+/// The longest offset line: the number, the layout's mark, CR LF.
+constexpr std::size_t kOffsetLineBytes = 24;
+constexpr std::size_t kOffsetBytes = index_field::kTextOffset.width;
+
+constexpr std::array kCurrentFields = {
+    index_field::kLayoutMark, index_field::kFlags,    index_field::kLocalId,   index_field::kAddress,
+    index_field::kName,       index_field::kDate,     index_field::kSubject,   index_field::kAttach,
+    index_field::kSizeText,   index_field::kSourceId, index_field::kMessageId, index_field::kSpare1,
+    index_field::kSpare2,     index_field::kSpare3,
+};
+
+bool IsLineEndOfCurrent(std::size_t offset) {
+    return std::any_of(kCurrentFields.begin(), kCurrentFields.end(),
+                       [offset](IndexField field) { return field.offset + field.width == offset; });
+}
+
+/// Whether an index that begins with `start`, its first record or what there is of it, is a current one.
+bool BeginsLikeCurrent(std::string_view start) {
+    const std::string_view mark = FieldOf(start, index_field::kLayoutMark);
+    if (mark != (start.starts_with(' ') ? "  " : "30")) return false;
+    for (std::size_t at = 0; at < start.size(); ++at) {
+        const bool lineEnd = IsLineEndOfCurrent(at);
+        if ((start[at] == '\r') != lineEnd) return false;
+        if (lineEnd && at + 1 < start.size() && start[at + 1] != '\n') return false;
+    }
+    return true;
+}
+
+/// Where the line end of a live record's offset line stands; nothing for what is no such line.
+std::optional<std::size_t> OffsetLineEnd(std::string_view record) {
+    const std::string_view line = record.substr(0, kOffsetLineBytes);
+    const std::size_t end = line.find("\r\n");
+    const std::size_t digits = std::min(line.find_first_not_of("0123456789"), line.size());
+    if (end == std::string_view::npos || digits == 0) return std::nullopt;
+    return line[digits] == ' ' || digits == end ? std::optional(end) : std::nullopt;
+}
+
+enum class Beginning { Wrong, PerhapsDeleted, Deleted, Live };
+
+/// What the record begins like where live ones have their first line end at `lineEnd`.
+Beginning BeginningOf(std::string_view record, std::size_t lineEnd) {
+    if (OffsetLineEnd(record)) return Beginning::Live;
+    const std::string_view blanks = record.substr(0, kDeletedBlankBytes);
+    if (blanks.find_first_not_of(' ') != std::string_view::npos) return Beginning::Wrong;
+    // A line end before this place has been blanked too, and any blanks look like that.
+    if (lineEnd < kDeletedBlankBytes) return Beginning::PerhapsDeleted;
+    return record.substr(lineEnd, 2) == "\r\n" ? Beginning::Deleted : Beginning::Wrong;
+}
+
+/// How many records of that length begin in `index` as records do; 0 where too many do not.
+std::size_t CountPlausibleRecords(std::string_view index, std::size_t recordBytes) {
+    if (index.size() < recordBytes) return 0;
+    std::optional<std::size_t> lineEnd;
+    for (std::size_t at = 0; at < index.size() && !lineEnd; at += recordBytes)
+        lineEnd = OffsetLineEnd(index.substr(at));
+    if (!lineEnd) return 0;
+    std::size_t looked = 0;
+    std::size_t wrong = 0;
+    std::size_t certain = 0;
+    for (std::size_t at = 0; at + kOffsetLineBytes <= index.size(); at += recordBytes) {
+        const Beginning beginning = BeginningOf(index.substr(at), *lineEnd);
+        ++looked;
+        if (beginning == Beginning::Wrong) ++wrong;
+        if (beginning >= Beginning::Deleted) ++certain;
+    }
+    return wrong * 4 <= looked ? certain : 0;
+}
+
+int ReadStart(core::File& file, std::size_t count, std::string& bytes) {
+    bytes.resize(count);
+    const std::int64_t read = file.ReadAt(0, bytes);
+    bytes.resize(read > 0 ? static_cast<std::size_t>(read) : 0);
+    return read < 0 ? static_cast<int>(read) : 0;
+}
+
+/// Reads one line into `value`. False when the text ends before the line does.
+bool ReadLine(TextWindow& text, std::uint64_t& offset, std::string& value) {
+    constexpr std::size_t kFirstPieceBytes = 1024;
+    for (std::size_t length = kFirstPieceBytes;; length *= 2) {
+        const std::string_view piece = text.At(offset, length);
+        const std::size_t end = piece.find('\r');
+        if (end != std::string_view::npos) {
+            value = piece.substr(0, end);
+            offset += end + 2;
+            return true;
+        }
+        if (piece.size() < length || length >= MAIL_BODY_MAX) return false;
+    }
+}
+
+bool ReadLines(TextWindow& text, std::uint64_t& offset, std::span<const Member> members, MailRecord& record) {
+    return std::all_of(members.begin(), members.end(),
+                       [&](Member member) { return ReadLine(text, offset, record.*member); });
+}
+
+/// Reads up to `end`. False when that is not there within the limit: the body is then what there is.
+bool ReadBody(TextWindow& text, std::uint64_t offset, std::string_view end, std::string& body) {
+    // Most mails are short: look for the end in pieces that grow, from where the last piece could have missed
+    // it.
+    constexpr std::size_t kFirstPieceBytes = 4096;
+    std::size_t searched = 0;
+    for (std::size_t length = kFirstPieceBytes;; length = std::min(length * 2, kBodyLimit)) {
+        const std::string_view piece = text.At(offset, length);
+        const std::size_t found = piece.find(end, searched);
+        if (found != std::string_view::npos || piece.size() < length || length == kBodyLimit) {
+            body = piece.substr(0, found);
+            return found != std::string_view::npos;
+        }
+        searched = piece.size() - (end.size() - 1);
+    }
+}
+
+bool ReadBodyV1(TextWindow& text, std::uint64_t offset, std::string& body) {
+    // Without a body the CR LF before "/E" is that of the last header line.
+    const std::string_view endOfNothing = kBodyEndV1.substr(2);
+    body.clear();
+    if (text.At(offset, endOfNothing.size()) == endOfNothing) return true;
+    if (!ReadBody(text, offset, kBodyEndV1, body)) return false;
+    body += kBodyEndV1.substr(0, 2);
+    return true;
+}
+
+std::optional<std::uint64_t> OffsetOf(std::string_view record) {
+    if (!OffsetLineEnd(record)) return std::nullopt;
+    std::uint64_t offset = 0;
+    const std::string_view digits = record.substr(0, kOffsetBytes);
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), offset);
+    return error == std::errc() ? std::optional(offset) : std::nullopt;
+}
+
+int ReadOneMail(const FolderFiles& files, FolderLayout layout, int recordNumber, MailRecord& record) {
+    OlderFolderReader reader;
+    OlderFolderReader::Condition condition{};
+    if (reader.Open(files, layout) < 0 || reader.ReadMail(recordNumber, record, condition) < 0) return -1;
+    const bool readable =
+        condition == OlderFolderReader::Condition::Whole || condition == OlderFolderReader::Condition::Cut;
+    return readable ? 0 : -1;
+}
+
+}  // namespace
+
+int DetectLayout(core::File& index, FolderLayout& layout) {
+    layout = FolderLayout::Current;
+    std::string start;
+    int result = ReadStart(index, kIndexRecordBytes, start);
+    if (result < 0 || start.size() < kIndexRecordBytesV1 || BeginsLikeCurrent(start)) return result;
+
+    constexpr std::size_t kRecordsLookedAt = 64;
+    result = ReadStart(index, kRecordsLookedAt * kIndexRecordBytesV2, start);
+    const std::size_t plausibleV2 = CountPlausibleRecords(start, kIndexRecordBytesV2);
+    const std::size_t plausibleV1 =
+        CountPlausibleRecords(start.substr(0, kRecordsLookedAt * kIndexRecordBytesV1), kIndexRecordBytesV1);
+    // A few records of one layout can look like fewer of the other, never like more.
+    if (plausibleV2 > plausibleV1) layout = FolderLayout::V2;
+    if (plausibleV1 > plausibleV2) layout = FolderLayout::V1;
+    return result;
+}
+
+int DetectLayout(const FolderFiles& files, FolderLayout& layout) {
+    layout = FolderLayout::Current;
+    std::unique_ptr<core::File> index;
+    const int opened = files.workspace->Open(files.index, core::OpenMode::Read, index);
+    if (opened < 0) return opened == -ENOENT ? 0 : opened;
+    return DetectLayout(*index, layout);
+}
+
+int OlderFolderReader::Open(const FolderFiles& files, FolderLayout layout) {
+    layout_ = layout;
+    recordBytes_ = layout == FolderLayout::V1 ? kIndexRecordBytesV1 : kIndexRecordBytesV2;
+    int result = files.workspace->Open(files.index, core::OpenMode::Read, index_);
+    if (result < 0) return result;
+    indexWindow_.emplace(*index_);
+    textWindow_.reset();
+    result = files.workspace->Open(files.text, core::OpenMode::Read, text_);
+    if (result == 0) textWindow_.emplace(*text_);
+    return result == -ENOENT ? 0 : result;
+}
+
+int OlderFolderReader::CountMails() {
+    const std::int64_t size = index_->Size();
+    if (size < 0) return static_cast<int>(size);
+    const std::int64_t count = size / static_cast<std::int64_t>(recordBytes_);
+    return static_cast<int>(std::min<std::int64_t>(count, std::numeric_limits<int>::max()));
+}
+
+int OlderFolderReader::ReadMail(int recordNumber, MailRecord& record, Condition& condition) {
+    record = MailRecord();
+    condition = Condition::Damaged;
+    if (recordNumber < 0) return 0;
+    const std::string_view index =
+        indexWindow_->At(static_cast<std::uint64_t>(recordNumber) * recordBytes_, recordBytes_);
+    if (indexWindow_->error() < 0) return indexWindow_->error();
+    if (index.size() < recordBytes_) return 0;
+    if (IsDeleted(index)) {
+        condition = Condition::Deleted;
+        return 0;
+    }
+    const std::optional<std::uint64_t> offset = OffsetOf(index);
+    if (!offset || !textWindow_) return 0;
+    condition = ReadText(*offset, record);
+    return textWindow_->error();
+}
+
+OlderFolderReader::Condition OlderFolderReader::ReadText(std::uint64_t offset, MailRecord& record) {
+    TextWindow& text = *textWindow_;
+    if (layout_ == FolderLayout::V2) {
+        if (!ReadLines(text, offset, kHeaderLinesV2, record)) return Condition::Damaged;
+        // What compaction leaves of a mail whose text was lost is a terminator alone; the lines behind it are
+        // another mail's.
+        if (record.flags == kTerminator.substr(0, 2)) return Condition::Damaged;
+        return ReadBody(text, offset, kTerminator, record.body) ? Condition::Whole : Condition::Cut;
+    }
+    if (!ReadLines(text, offset, kHeaderLinesV1, record)) return Condition::Damaged;
+    if (record.sourceId.size() > kSizeTextMark && record.sourceId[kSizeTextMark] == 'C') {
+        if (!ReadLine(text, offset, record.sizeText)) return Condition::Damaged;
+        record.sizeText.resize(core::CutToBytes(record.sizeText, kSizeTextBytesV1).size());
+    }
+    record.sourceId.clear();
+    return ReadBodyV1(text, offset, record.body) ? Condition::Whole : Condition::Cut;
+}
+
+int ReadMailV1(const FolderFiles& files, int recordNumber, MailRecord& record) {
+    return ReadOneMail(files, FolderLayout::V1, recordNumber, record);
+}
+
+int ReadMailV2(const FolderFiles& files, int recordNumber, MailRecord& record) {
+    return ReadOneMail(files, FolderLayout::V2, recordNumber, record);
+}
+
+}  // namespace postkite::store

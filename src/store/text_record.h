@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "store/mail_record.h"
+#include "store/text_window.h"
+
+/// The layout of a mail in a folder's text, the ".mtx" file: 17 header lines (16 where flag 14 is not 'Y'),
+/// the body, CR LF where the body does not end in LF, the terminator. Lines end in CR LF.
+namespace postkite::store {
+
+inline constexpr std::string_view kTerminator = "\x01\x01\r\n";
+
+/// What a body is read into at most in mode 1 and otherwise, and what of it stays free.
+inline constexpr std::size_t kShortReadBytes = 30000;
+inline constexpr std::size_t kReadHeadroomBytes = 1000;
+
+/// The date line is padded to this width, so that it can be written over in place.
+inline constexpr std::size_t kDateLineBytes = 50;
+
+/// Appends the mail's bytes to `output`. Fields are written at full length.
+void FormatTextRecord(const MailRecord& record, std::string& output);
+
+enum class TextRecordFault {
+    None,
+    Nowhere,  ///< the text ends before the header lines do
+    Unended,  ///< no terminator within the limit: the body is cut there
+};
+
+/// Reads the mail at `offset` into `record`. Of the body at most `bodyLimit` bytes are read.
+[[nodiscard]] TextRecordFault ReadTextRecord(TextWindow& text, std::uint64_t offset, std::size_t bodyLimit,
+                                             MailRecord& record);
+
+}  // namespace postkite::store

@@ -1,0 +1,203 @@
+#include "store/folder_properties.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "tests/support/memory_file_system.h"
+
+namespace postkite::store {
+namespace {
+
+constexpr std::string_view kCurrent = "PKV238 SETTING FILE\r\n";
+constexpr std::string_view kOlder = "PKV232 SETTING FILE\r\n";
+const char* const kPath = "/w/Inbox.PROP";
+
+class FolderPropertiesTest : public ::testing::Test {
+  protected:
+    FolderPropertiesTest() { disk.PutDirectory("/w"); }
+
+    void Put(std::string_view magic, std::string_view rest) {
+        disk.Put(kPath, std::string(magic) + std::string(rest));
+    }
+    FolderProperties Read() {
+        FolderProperties properties{"old", "old", "old"};
+        EXPECT_EQ(ReadFolderProperties(files, properties), 0);
+        return properties;
+    }
+    /// What the template gives for `record`, in a file that has it behind an empty address line of the older
+    /// version.
+    std::string Reply(std::string_view replyTemplate) {
+        Put(kOlder, "\r\n" + std::string(replyTemplate));
+        std::string out = "untouched";
+        EXPECT_EQ(BuildReplyHeader(files, record, out, mailText), 0);
+        return out;
+    }
+
+    support::MemoryFileSystem disk;
+    core::Workspace workspace{disk, "/w"};
+    FolderFiles files = FilesOf(workspace, "", "Inbox");
+    MailRecord record;
+    std::string mailText;
+};
+
+TEST_F(FolderPropertiesTest, ReadsBothVersionsAndWritesTheCurrentOne) {
+    EXPECT_EQ(WriteFolderProperties(files, {"C:\\ring.wav", "AAA00001", std::string(kDefaultReplyTemplate)}),
+              0);
+    EXPECT_EQ(disk.Get(kPath), std::string(kCurrent) + "C:\\ring.wav\r\nAAA00001\r\n%n " +
+                                   std::string("さんの\r\n題名：%S\r\nに対する返信メールです。\r\n"_sjis));
+    FolderProperties read = Read();
+    EXPECT_EQ(read.sound, "C:\\ring.wav");
+    EXPECT_EQ(read.defaultAddress, "AAA00001");
+    EXPECT_EQ(read.replyTemplate, kDefaultReplyTemplate);
+
+    Put(kOlder, "ring.wav\r\nfirst\r\nsecond");
+    read = Read();
+    EXPECT_EQ(read.sound, "ring.wav");
+    EXPECT_EQ(read.defaultAddress, "");
+    EXPECT_EQ(read.replyTemplate, "first\r\nsecond");
+    EXPECT_EQ(WriteFolderProperties(files, read), 0);
+    EXPECT_EQ(disk.Get(kPath), std::string(kCurrent) + "ring.wav\r\n\r\nfirst\r\nsecond");
+
+    Put("PKV999 SETTING FILE\r\n", "ring.wav\r\nfirst\r\n");
+    read = Read();
+    EXPECT_EQ(read.sound + read.defaultAddress + read.replyTemplate, "");
+}
+
+TEST_F(FolderPropertiesTest, AFileCutAnywhereHasWhatIsWhole) {
+    const std::string whole = std::string(kCurrent) + "ring.wav\r\nAAA00001\r\n%n\r\n";
+    for (std::size_t length = 0; length <= whole.size(); ++length) {
+        disk.Put(kPath, whole.substr(0, length));
+        const FolderProperties read = Read();
+        EXPECT_EQ(read.sound, length >= 30 ? "ring.wav" : "") << length;
+        EXPECT_EQ(read.defaultAddress, length >= 40 ? "AAA00001" : "") << length;
+        EXPECT_EQ(read.replyTemplate, length > 41 ? whole.substr(41, length - 41) : "") << length;
+        std::string sound = "old";
+        std::string address = "old";
+        EXPECT_EQ(ReadFolderSound(files, sound), 0);
+        EXPECT_EQ(ReadFolderDefaultAddress(files, address), 0);
+        EXPECT_EQ(sound, read.sound) << length;
+        EXPECT_EQ(address, read.defaultAddress) << length;
+    }
+}
+
+TEST_F(FolderPropertiesTest, SoundAndAddressAreThereForCallersThatKnowNoVersion) {
+    std::string out = "untouched";
+    EXPECT_EQ(ReadFolderSound(files, out), -1);
+    EXPECT_EQ(ReadFolderDefaultAddress(files, out), -1);
+    EXPECT_EQ(BuildReplyHeader(files, record, out, mailText), -1);
+    EXPECT_EQ(out, "untouched");
+    Put(kOlder, "ring.wav\r\ntemplate\r\n");
+    EXPECT_EQ(ReadFolderDefaultAddress(files, out), 0);
+    EXPECT_EQ(out, "");
+    Put("something\r\n", "ring.wav\r\nAAA00001\r\n");
+    EXPECT_EQ(ReadFolderSound(files, out), 0);
+    EXPECT_EQ(out, "ring.wav");
+    EXPECT_EQ(ReadFolderDefaultAddress(files, out), 0);
+    EXPECT_EQ(out, "");
+}
+
+TEST_F(FolderPropertiesTest, RefusesWhatTheFileCannotHoldAndCutsWhatItReads) {
+    const std::string longest(1024, 'a');
+    EXPECT_EQ(WriteFolderProperties(files, {longest, longest, longest}), 0);
+    const std::string before = *disk.Get(kPath);
+    for (const FolderProperties& refused :
+         {FolderProperties{longest + "a", "", ""}, FolderProperties{"", longest + "a", ""},
+          FolderProperties{"", "", longest + "a"}, FolderProperties{"a\r\n", "", ""},
+          FolderProperties{"", "a\nb", ""}, FolderProperties{"", "", std::string("a\0b", 3)}}) {
+        EXPECT_EQ(WriteFolderProperties(files, refused), -EINVAL);
+    }
+    EXPECT_EQ(disk.Get(kPath), before);
+
+    const std::string tooLong = longest.substr(1) + std::string("能能"_sjis);
+    Put(kCurrent, tooLong + "\r\n" + tooLong + "\r\n" + tooLong);
+    const FolderProperties read = Read();
+    for (const std::string& text : {read.sound, read.defaultAddress, read.replyTemplate})
+        EXPECT_EQ(text, longest.substr(1));
+    Put(kOlder, "\r\n" + longest.substr(2) + std::string("能能"_sjis));
+    EXPECT_EQ(Read().replyTemplate, longest.substr(2) + std::string("能"_sjis))
+        << "no character is cut off in vain";
+}
+
+TEST_F(FolderPropertiesTest, AFaultLeavesTheOldFileAndIsNeverAnEmptyOne) {
+    const std::string before = std::string(kCurrent) + "old.wav\r\n\r\nold";
+    const std::string after = std::string(kCurrent) + "new.wav\r\n\r\nnew";
+    bool struck = true;
+    for (int call = 1; struck; ++call) {
+        for (const bool stops : {false, true}) {
+            disk.Put(kPath, before);
+            stops ? disk.StopAtCall(call) : disk.FailCall(call, -ENOSPC);
+            const int written = WriteFolderProperties(files, {"new.wav", "", "new"});
+            struck = disk.struck();
+            disk.PowerCut();
+            EXPECT_EQ(written == 0, !struck) << call;
+            const std::string now = *disk.Get(kPath);
+            EXPECT_TRUE(now == after || (written != 0 && now == before)) << call << ": " << now;
+        }
+    }
+    disk.Put(kPath, before);
+    struck = true;
+    for (int call = 1; struck; ++call) {
+        disk.FailCall(call, -EIO);
+        FolderProperties read;
+        const int result = ReadFolderProperties(files, read);
+        struck = disk.struck();
+        EXPECT_EQ(result, struck ? -EIO : 0) << call;
+        EXPECT_EQ(read.replyTemplate, struck ? "" : "old") << call;
+        disk.Restart();
+    }
+}
+
+TEST_F(FolderPropertiesTest, PlaceholdersTakeTheirValues) {
+    record.subject = "題名"_sjis;
+    record.address = "AAA00001";
+    record.name = "山田　花子　　"_sjis;
+    mailText =
+        "Received: x\r\nDate:   Mon, 1 Jan \r\nFrom: hanako\r\nMessage-Id:<1@x>\r\n\r\nbody\r\nFrom: "
+        "nobody\r\n";
+    EXPECT_EQ(Reply("%D|%F|%M|%S|%a|%n|"), "Mon, 1 Jan |hanako|<1@x>|" + std::string("題名"_sjis) +
+                                               "|AAA00001|" + std::string("山田　花子|"_sjis));
+    mailText = "Date: first line of all\r\nX: y\r\n\r\n\r\nFrom: body\r\n";
+    EXPECT_EQ(Reply("%D%F%M."), ".") << "no line before it, none at all, and one behind the header";
+    // 0x83 0x81 is one character, so that what follows is "@" and no wide blank.
+    record.name = "\x83\x81\x40";
+    EXPECT_EQ(Reply("%n"), "\x83\x81\x40");
+    record.subject = std::string(510, 's') + std::string("能"_sjis);
+    EXPECT_EQ(Reply("%S"), std::string(510, 's')) << "a value has at most 511 bytes, whole characters";
+}
+
+TEST_F(FolderPropertiesTest, EverythingElseInATemplateIsText) {
+    record.name = "%s%n";
+    record.subject = "S";
+    const std::string wide("%能%ソn"_sjis);
+    constexpr std::string_view kTexts[][2] = {
+        {"%n %x %S", "%s%n %x S"},
+        {"%s %d %99999d %*n %%", "%s %d %99999d %*n %%"},
+        {"%%S 100% %", "%S 100% %"},
+        {"%S%S%S%S%S%S%S%S-%S-%S-%S", "SSSSSSSS---%S"},
+    };
+    for (const auto& [replyTemplate, expected] : kTexts)
+        EXPECT_EQ(Reply(replyTemplate), expected);
+    EXPECT_EQ(Reply(wide), wide);
+}
+
+TEST_F(FolderPropertiesTest, TheTemplateIsWhatStandsBehindTheSecondLine) {
+    record.subject = "S";
+    std::string out;
+    Put(kCurrent, "ring.wav\r\n\r\n%S\r\n");
+    EXPECT_EQ(BuildReplyHeader(files, record, out, ""), 0);
+    EXPECT_EQ(out, "\r\nS\r\n");
+    Put(kCurrent, "ring.wav\r\nAAA00001\r\n");
+    EXPECT_EQ(BuildReplyHeader(files, record, out, ""), 0);
+    EXPECT_EQ(out, "AAA00001\r\n");
+    Put(kCurrent, "\r\n\r\n" + std::string(1021, 'a') + "%S");
+    EXPECT_EQ(BuildReplyHeader(files, record, out, ""), 0);
+    EXPECT_EQ(out, "\r\n" + std::string(1021, 'a') + "%") << "1024 bytes are the template";
+    Put(kOlder, "ring.wav\r\n");
+    EXPECT_EQ(BuildReplyHeader(files, record, out, ""), -1);
+    EXPECT_EQ(out.size(), 1024U) << "left alone";
+}
+
+}  // namespace
+}  // namespace postkite::store
