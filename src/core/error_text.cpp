@@ -32,6 +32,8 @@ constexpr Phrase kPhrases[] = {
     {-EMFILE, "開いているファイルが多すぎます"_sjis, "too many files are open"},
     {-ELOOP, "リンクがどこにも通じていません"_sjis, "its links lead nowhere"},
     {-EXDEV, "別のディスクにあります"_sjis, "it is on another disk"},
+    {-ENOTSUP, "古い形式のファイルなので、先に変換が必要です"_sjis,
+     "it has an older layout and must be converted first"},
     {-EIO, "ディスクの読み書きに失敗しました"_sjis, "the disk failed"},
 };
 

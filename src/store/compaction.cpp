@@ -7,6 +7,7 @@
 
 #include "store/index_journal.h"
 #include "store/index_record.h"
+#include "store/older_layouts.h"
 #include "store/text_record.h"
 #include "store/text_window.h"
 
@@ -103,6 +104,7 @@ class TextRewriting {
   private:
     int OpenAll() {
         int result = files_.workspace->Open(files_.index, core::OpenMode::Read, index_);
+        if (result == 0) result = RequireCurrentLayout(*index_);
         if (result < 0) return result;
         oldIndex_.emplace(*index_);
         result = files_.workspace->Open(files_.text, core::OpenMode::Read, text_);
@@ -191,6 +193,7 @@ int RemoveDeletedRecords(const FolderFiles& files) {
     if (result == 0) result = FinishInterruptedChanges(files);
     std::unique_ptr<core::File> file;
     if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::Read, file);
+    if (result == 0) result = RequireCurrentLayout(*file);
     if (result < 0) return result;
     TextWindow index(*file);
     const std::uint64_t first = FirstDeleted(index);

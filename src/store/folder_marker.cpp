@@ -6,6 +6,7 @@
 
 #include "core/time_stamp.h"
 #include "store/index_record.h"
+#include "store/older_layouts.h"
 #include "store/text_record.h"
 
 namespace postkite::store {
@@ -21,6 +22,7 @@ int FolderMarker::Open(const FolderFiles& files) {
     int result = files.workspace->Lock(true, lock_);
     if (result == 0) result = FinishInterruptedChanges(files);
     if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::ReadWrite, index_);
+    if (result == 0) result = RequireCurrentLayout(*index_);
     if (result < 0) return result;
     result = files.workspace->Open(files.text, core::OpenMode::ReadWrite, text_);
     // Without its text a mail can still be deleted.

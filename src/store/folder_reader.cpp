@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <limits>
 
+#include "store/older_layouts.h"
+
 namespace postkite::store {
 
 namespace {
@@ -30,6 +32,8 @@ int FolderReader::Open(const FolderFiles& files) {
     if (finished < 0) return finished;
     const int opened = files.workspace->Open(files.index, core::OpenMode::Read, index_);
     if (opened < 0) return opened;
+    const int current = RequireCurrentLayout(*index_);
+    if (current < 0) return current;
     indexWindow_.emplace(*index_);
     const int textOpened = files.workspace->Open(files.text, core::OpenMode::Read, text_);
     if (textOpened == 0) {

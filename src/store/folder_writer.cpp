@@ -6,6 +6,7 @@
 
 #include "store/index_journal.h"
 #include "store/index_record.h"
+#include "store/older_layouts.h"
 #include "store/text_record.h"
 
 namespace postkite::store {
@@ -52,6 +53,7 @@ int FolderWriter::Open(const FolderFiles& files) {
     if (result == 0) result = FinishInterruptedChanges(files);
     if (result == 0) result = files.workspace->Open(files.text, core::OpenMode::ReadWriteOrCreate, text_);
     if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::ReadWriteOrCreate, index_);
+    if (result == 0) result = RequireCurrentLayout(*index_);
     if (result < 0) return result;
     const std::int64_t textSize = text_->Size();
     const std::int64_t indexSize = index_->Size();

@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <new>
 
 #include "core/error_log.h"
 #include "core/error_text.h"
@@ -268,7 +269,13 @@ int Mailbox::DeleteClipboardFiles() {
 }
 
 int Mailbox::ReadMailV1(std::string_view folder, int recordNumber, MailRecord& record) {
-    return store::ReadMailV1(FilesOf(folder), recordNumber, record);
+    try {
+        return store::ReadMailV1(FilesOf(folder), recordNumber, record);
+    } catch (const std::bad_alloc&) {
+        ui_->ShowMessage(core::kProductName, "メール読み込みの為のメモリが確保できませんでした。"_sjis,
+                         core::MessageIcon::Stop);
+        return -1;
+    }
 }
 
 int Mailbox::ReadMailV2(std::string_view folder, int recordNumber, MailRecord& record) {

@@ -195,6 +195,13 @@ int DetectLayout(core::File& index, FolderLayout& layout) {
     return result;
 }
 
+int RequireCurrentLayout(core::File& index) {
+    FolderLayout layout{};
+    const int detected = DetectLayout(index, layout);
+    if (detected < 0) return detected;
+    return layout == FolderLayout::Current ? 0 : -ENOTSUP;
+}
+
 int DetectLayout(const FolderFiles& files, FolderLayout& layout) {
     layout = FolderLayout::Current;
     std::unique_ptr<core::File> index;

@@ -12,13 +12,11 @@
 
 /// The two layouts that folders had before the current one, for reading.
 ///
-/// - V2.xx: index records of 700 bytes, which begin with the offset line. A mail's text is as today but has
-/// no 17th
+/// - V2.xx: index records of 700 bytes, which begin with the offset line. A mail's text is as today but has no 17th
 ///   header line, whatever flag 14 says.
-/// - V1.xx: index records of 136 bytes, which begin with the offset line. A mail's text has the header lines
-/// flags,
-///   address, name, date, subject, attach, cc, bcc, localId, extraAddress, sourceId, the size text if the
-///   fourth character of the line before is 'C', and the body up to a line "/E".
+/// - V1.xx: index records of 136 bytes, which begin with the offset line. A mail's text has the header lines flags,
+///   address, name, date, subject, attach, cc, bcc, localId, extraAddress, sourceId, the size text if the fourth
+///   character of the line before is 'C', and the body up to a line "/E".
 namespace postkite::store {
 
 enum class FolderLayout { Current, V2, V1 };
@@ -38,6 +36,10 @@ inline constexpr std::string_view kBodyEndV1 = "\r\n/E\r\n";
 [[nodiscard]] int DetectLayout(core::File& index, FolderLayout& layout);
 /// The same for a folder; one without an index is a current one.
 [[nodiscard]] int DetectLayout(const FolderFiles& files, FolderLayout& layout);
+
+/// 0 for an index of the current layout, -ENOTSUP for one of an older: it has to be converted before anything else is
+/// done with it. Another negated errno value where it cannot be read.
+[[nodiscard]] int RequireCurrentLayout(core::File& index);
 
 /// A folder of an older layout, open for reading. Operations return 0 (or a count) or the negated errno value
 /// of a disk call that failed; damage is no failure.
