@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <optional>
 #include <utility>
 
@@ -65,9 +64,8 @@ Folder* AddChild(Folder& parent, std::string_view name, std::int32_t state) {
 
 void FormatFolders(const Folder& parent, int depth, std::string& output) {
     for (const auto& folder : parent.children) {
-        std::array<char, 8> digits{};
-        std::snprintf(digits.data(), digits.size(), "%02d", depth);
-        output += digits.data();
+        if (depth < 10) output += '0';
+        output += std::to_string(depth);
         output += folder->name;
         output += kStateMark;
         output += std::to_string(folder->state);
