@@ -10,7 +10,14 @@ namespace postkite::app {
 
 using namespace core::literals;
 
-Program::Program(core::Workspace& workspace, core::UserInterface& ui) : workspace_(&workspace), ui_(&ui) {
+Program::Program(core::Workspace& workspace, core::Workspace& programState, core::UserInterface& ui,
+                 const core::Clock& clock)
+    : workspace_(&workspace),
+      ui_(&ui),
+      clock_(&clock),
+      identifiers_(clock),
+      mailbox_(workspace, programState, ui, clock, identifiers_),
+      folders_(mailbox_, settings_.mailBoxPathName) {
 }
 
 void Program::Start() {
@@ -82,6 +89,17 @@ void Program::EnvironmentsAreSaved() {
     cutSettings_ = 0;
 }
 
+int Program::OpenBank() {
+    return OpenBank(settings_.nowBoxNo);
+}
+
+int Program::OpenBank(int number) {
+    if (folders_.MakeBankDirectory(number) < 0) return -1;
+    if (folders_.SwitchBank(number, SessionRunning()) < 0) return -1;
+    settings_.nowBoxNo = number;
+    return 0;
+}
+
 core::Environment* Program::ActiveEnvironment() {
     const std::int32_t number = settings_.currentId;
     if (loaded_.environments < 0 || number < 0) return nullptr;
@@ -105,6 +123,8 @@ int Program::SwitchBank(int number) {
                          core::MessageIcon::Stop);
         return -1;
     }
+    const bool bankIsOpen = folders_.currentBank() >= 0;
+    if (bankIsOpen && folders_.SwitchBank(number, SessionRunning()) < 0) return -1;
     settings_.nowBoxNo = number;
     return 0;
 }

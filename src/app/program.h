@@ -1,18 +1,25 @@
 #pragma once
 
+#include "core/clock.h"
 #include "core/environments.h"
 #include "core/settings.h"
 #include "core/settings_file.h"
+#include "core/time_stamp.h"
 #include "core/user_interface.h"
 #include "core/workspace.h"
+#include "store/folder_commands.h"
+#include "store/mailbox.h"
 
 namespace postkite::app {
 
 /// The one object that owns the program's state; front ends hold one and call it. Borrows the working
-/// directory and the user interface. Operations that fail have told the user why when they return -1.
+/// directory, the directory of the program's own state outside it, the user interface and the clock. Operations that fail have told the user why when they return -1.
 class Program final : private core::HostSwitchPartners {
   public:
-    Program(core::Workspace& workspace, core::UserInterface& ui);
+    Program(core::Workspace& workspace, core::Workspace& programState, core::UserInterface& ui,
+            const core::Clock& clock);
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
 
     /// Start-up: reads the settings, the environments and the host entries. What cannot be read keeps its
     /// defaults, without a word.
@@ -32,12 +39,22 @@ class Program final : private core::HostSwitchPartners {
     /// Makes environment `number`, 0 to 9, the active one.
     [[nodiscard]] int SwitchEnvironment(int number);
 
+    /// Opens the current mailbox bank, made where it is missing. Nothing can be done with `mailbox` and
+    /// `folders` before, and only what needs mail has to.
+    [[nodiscard]] int OpenBank();
+
+    /// Makes bank `number` the current one, made where it is missing. The settings are not saved.
+    [[nodiscard]] int OpenBank(int number);
+
     /// The environment whose values stand in the settings and are put there again at the next start; nullptr
     /// where there is no environments file, and so none that would be.
     [[nodiscard]] core::Environment* ActiveEnvironment();
 
     [[nodiscard]] core::Settings& settings() { return settings_; }
     [[nodiscard]] core::Environments& environments() { return environments_; }
+    [[nodiscard]] store::Mailbox& mailbox() { return mailbox_; }
+    [[nodiscard]] store::Folders& folders() { return folders_; }
+    [[nodiscard]] const core::Clock& clock() const { return *clock_; }
 
   private:
     [[nodiscard]] bool SessionRunning() const override;
@@ -50,9 +67,13 @@ class Program final : private core::HostSwitchPartners {
 
     core::Workspace* workspace_;
     core::UserInterface* ui_;
+    const core::Clock* clock_;
     core::Settings settings_;
     core::Environments environments_;
     core::LoadOutcome loaded_;
+    core::IdentifierMaker identifiers_;
+    store::Mailbox mailbox_;
+    store::Folders folders_;
     int cutSettings_ =
         0;  ///< how many settings lose their end when the environments are saved for the first time
 };

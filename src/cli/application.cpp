@@ -5,7 +5,10 @@
 #include <ostream>
 
 #include "cli/command_context.h"
+#include "cli/commands/banks_command.h"
 #include "cli/commands/environments_command.h"
+#include "cli/commands/folders_command.h"
+#include "cli/commands/mail_command.h"
 #include "cli/commands/settings_command.h"
 #include "cli/completion.h"
 
@@ -83,6 +86,10 @@ int RunPostkite(std::vector<std::string> arguments, core::FileSystem& fileSystem
     AddGlobalOptions(application, context);
     AddSettingsCommand(application, context);
     AddEnvironmentsCommand(application, context);
+    AddBanksCommand(application, context);
+    AddFoldersCommand(application, context);
+    AddCompactCommand(application, context);
+    AddMailCommand(application, context);
     if (context.language() == core::Language::Japanese) HeadInJapanese(application);
     if (!arguments.empty() && arguments.front() == kCompleteCommand) {
         return PrintCompletions(application, context, std::move(arguments));

@@ -1,6 +1,7 @@
 #include "cli/command_context.h"
 
 #include <cerrno>
+#include <istream>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
@@ -11,9 +12,13 @@
 
 namespace postkite::cli {
 
-Session::Session(core::FileSystem& fileSystem, const std::filesystem::path& directory, Console& console,
-                 core::Language language, bool yes)
-    : workspace(fileSystem, directory), ui(console, language, yes), program(workspace, ui) {
+Session::Session(core::FileSystem& fileSystem, const std::filesystem::path& directory,
+                 const std::filesystem::path& stateDirectory, Console& console, core::Language language,
+                 bool yes)
+    : workspace(fileSystem, directory),
+      programState(fileSystem, stateDirectory),
+      ui(console, language, yes),
+      program(workspace, programState, ui, clock) {
 }
 
 CommandContext::CommandContext(core::FileSystem& fileSystem, Console& console)
@@ -31,6 +36,15 @@ std::optional<std::filesystem::path> CommandContext::WorkingDirectory() const {
     return std::filesystem::path(*home) / ".local" / "share" / "postkite";
 }
 
+std::optional<std::filesystem::path> CommandContext::StateDirectory() const {
+    const auto state = console_->variable("XDG_STATE_HOME");
+    if (state && std::filesystem::path(*state).is_absolute())
+        return std::filesystem::path(*state) / "postkite";
+    const auto home = console_->variable("HOME");
+    if (!home || !std::filesystem::path(*home).is_absolute()) return std::nullopt;
+    return std::filesystem::path(*home) / ".local" / "state" / "postkite";
+}
+
 std::unique_ptr<Session> CommandContext::OpenDirectory() {
     const auto path = WorkingDirectory();
     if (!path) {
@@ -38,7 +52,8 @@ std::unique_ptr<Session> CommandContext::OpenDirectory() {
                                   "There is no working directory; name one with --dir."}));
         return nullptr;
     }
-    auto session = std::make_unique<Session>(*fileSystem_, *path, *console_, language_, yes);
+    auto session = std::make_unique<Session>(*fileSystem_, *path, StateDirectory().value_or(*path), *console_,
+                                             language_, yes);
     const int prepared = session->workspace.Prepare();
     core::EntryKind kind{};
     const int inspected = fileSystem_->Inspect(*path, kind);
@@ -71,6 +86,11 @@ std::unique_ptr<Session> CommandContext::Open() {
     return session;
 }
 
+std::unique_ptr<Session> CommandContext::OpenBank() {
+    auto session = Open();
+    return session != nullptr && session->program.OpenBank() == 0 ? std::move(session) : nullptr;
+}
+
 std::unique_ptr<Session> CommandContext::OpenForChange(core::WorkspaceLock& lock) {
     auto session = OpenDirectory();
     if (session == nullptr) return nullptr;
@@ -89,6 +109,61 @@ std::unique_ptr<Session> CommandContext::OpenForChange(core::WorkspaceLock& lock
     session->program.Start();
     if (session->program.PrepareChange() < 0) return nullptr;
     return session;
+}
+
+/// Reads one byte more than `longest` at most. Returns 0 or a negated errno value.
+int CommandContext::ReadBytes(const std::string& file, std::size_t longest, std::string& bytes) {
+    bytes.resize(longest + 1);
+    if (file == "-") {
+        console_->in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        bytes.resize(static_cast<std::size_t>(console_->in.gcount()));
+        return console_->in.bad() ? -EIO : 0;
+    }
+    std::unique_ptr<core::File> opened;
+    const int result = fileSystem_->Open(file, core::OpenMode::Read, opened);
+    if (result < 0) return result;
+    const std::int64_t count = opened->ReadAt(0, bytes);
+    if (count < 0) return static_cast<int>(count);
+    bytes.resize(static_cast<std::size_t>(count));
+    return 0;
+}
+
+std::optional<std::string> CommandContext::TextFile(const std::string& file, std::size_t longest) {
+    // Two bytes of the code page take three in UTF-8, and one takes three at most.
+    constexpr std::size_t kGrowth = 3;
+    std::string bytes;
+    const int read = ReadBytes(file, longest * kGrowth, bytes);
+    if (read < 0) {
+        static_cast<void>(Refuse({"{} を読み込めません。（{}）", "{} cannot be read: {}."}, file,
+                                 Utf8Bytes(core::DescribeError(read, language_))));
+        return std::nullopt;
+    }
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    std::string_view rest = bytes;
+    if (rest.starts_with(kByteOrderMark)) rest.remove_prefix(kByteOrderMark.size());
+    std::string lines;
+    lines.reserve(rest.size());
+    for (std::size_t at = 0; at < rest.size(); ++at) {
+        const bool lineEnd = rest[at] == '\r' || rest[at] == '\n';
+        if (rest[at] == '\r' && at + 1 < rest.size() && rest[at + 1] == '\n') ++at;
+        lineEnd ? lines += "\r\n" : lines += rest[at];
+    }
+    std::string refused;
+    // What was not read to its end may end within a character, and is too long anyway.
+    auto text = bytes.size() > longest * kGrowth ? std::optional<std::string>(lines) : Typed(lines, &refused);
+    if (!text) {
+        static_cast<void>(Refuse({"{} に Shift-JIS で表せない文字「{}」があります。",
+                                  "{} holds \"{}\", which Shift-JIS has no code for."},
+                                 file, refused));
+    } else if (text->size() > longest) {
+        static_cast<void>(Refuse({"{} が長すぎます。（{} バイトまで）", "{} is too long: at most {} bytes."},
+                                 file, std::to_string(longest)));
+        text.reset();
+    } else if (text->find('\0') != std::string::npos) {
+        static_cast<void>(Refuse({"{} にゼロバイトがあります。", "{} holds a zero byte."}, file));
+        text.reset();
+    }
+    return text;
 }
 
 int CommandContext::Print(std::string_view text) {

@@ -15,6 +15,7 @@
 #include "cli/language.h"
 #include "cli/terminal_user_interface.h"
 #include "core/file_system.h"
+#include "core/system_clock.h"
 #include "core/workspace.h"
 
 namespace CLI {
@@ -25,10 +26,12 @@ namespace postkite::cli {
 
 /// A working directory and the program started in it, for the length of one command.
 struct Session {
-    Session(core::FileSystem& fileSystem, const std::filesystem::path& directory, Console& console,
-            core::Language language, bool yes);
+    Session(core::FileSystem& fileSystem, const std::filesystem::path& directory,
+            const std::filesystem::path& stateDirectory, Console& console, core::Language language, bool yes);
 
     core::Workspace workspace;
+    core::Workspace programState;
+    core::SystemClock clock;
     TerminalUserInterface ui;
     app::Program program;
 };
@@ -57,9 +60,18 @@ class CommandContext {
     /// the user knows why.
     [[nodiscard]] std::unique_ptr<Session> Open();
 
+    /// As `Open`, with the current mailbox bank open as well. Nothing is locked: what changes mail does that
+    /// itself.
+    [[nodiscard]] std::unique_ptr<Session> OpenBank();
+
     /// As `Open`, with the working directory kept for changes until `lock` goes, and the program ready for
     /// them.
     [[nodiscard]] std::unique_ptr<Session> OpenForChange(core::WorkspaceLock& lock);
+
+    /// The whole of a text file that the user named, or of standard input for "-", in code page 932 with CR
+    /// LF as line ends. Nothing where it cannot be read, is longer than `longest` bytes or holds what the
+    /// code page lacks; the user knows why.
+    [[nodiscard]] std::optional<std::string> TextFile(const std::string& file, std::size_t longest);
 
     /// Writes to standard output. Returns the exit status.
     [[nodiscard]] int Print(std::string_view text);
@@ -86,6 +98,8 @@ class CommandContext {
     void Say(std::string_view text);
     [[nodiscard]] int RefuseWith(std::string_view text);
     [[nodiscard]] std::optional<std::filesystem::path> WorkingDirectory() const;
+    [[nodiscard]] std::optional<std::filesystem::path> StateDirectory() const;
+    [[nodiscard]] int ReadBytes(const std::string& file, std::size_t longest, std::string& bytes);
     [[nodiscard]] std::unique_ptr<Session> OpenDirectory();
 
     core::FileSystem* fileSystem_;

@@ -18,9 +18,6 @@ namespace {
 /// Copied behind each terminator: the two bytes that follow it, as the files have always had them.
 constexpr std::size_t kBytesBehindTerminator = 2;
 
-/// How far a mail's terminator may be from its beginning.
-constexpr std::size_t kSearchBytes = MAIL_BODY_MAX - 1;
-
 /// A new file that is written from its beginning to its end.
 class Output {
   public:
@@ -55,21 +52,6 @@ class Output {
     std::string buffer_;
     std::uint64_t size_ = 0;
 };
-
-/// The mail at `offset` with its terminator and what is copied behind it; empty when it has none.
-std::string_view WholeText(TextWindow& text, std::uint64_t offset) {
-    constexpr std::size_t kFirstPieceBytes = 8192;
-    std::size_t searched = 0;
-    for (std::size_t length = kFirstPieceBytes;; length = std::min(length * 2, kSearchBytes)) {
-        const std::string_view piece = text.At(offset, length);
-        const std::size_t end = piece.find(kTerminator, searched);
-        if (end != std::string_view::npos) {
-            return text.At(offset, end + kTerminator.size() + kBytesBehindTerminator);
-        }
-        if (piece.size() < length || length == kSearchBytes) return {};
-        searched = piece.size() - (kTerminator.size() - 1);
-    }
-}
 
 /// The first record that is deleted; the number of records where none is.
 std::uint64_t FirstDeleted(TextWindow& index) {
@@ -135,7 +117,7 @@ class TextRewriting {
 
     int CopyText(std::optional<std::uint64_t> offset, int& lostMails) {
         std::string_view text;
-        if (offset && oldText_) text = WholeText(*oldText_, *offset);
+        if (offset && oldText_) text = WholeTextRecord(*oldText_, *offset, kBytesBehindTerminator);
         if (oldText_ && oldText_->error() < 0) return oldText_->error();
         if (!text.empty()) return newText_.Add(text);
         ++lostMails;

@@ -17,11 +17,14 @@ int Exists(const FolderFiles& files, const std::string& name, bool& exists) {
 
 int FinishCompaction(const FolderFiles& files, bool newText, bool newIndex) {
     core::EntryKind oldText{};
+    core::EntryKind oldIndex{};
     // In whatever letter case: a text that is overlooked here would be replaced by half a one.
     int result = files.workspace->Inspect(files.text, oldText);
+    if (result == 0) result = files.workspace->Inspect(files.index, oldIndex);
     if (result < 0) return result;
-    if (newText && newIndex && oldText == core::EntryKind::Missing) {
-        // An older program deletes index and text before it renames: the new ones are all there is.
+    const bool oldIsGone = oldText == core::EntryKind::Missing || oldIndex == core::EntryKind::Missing;
+    if (newText && newIndex && oldIsGone) {
+        // An older program deletes the index, then the text, before it renames: the new ones are whole then.
         result = files.workspace->Rename(files.compactionText, files.text);
         if (result == 0) result = files.workspace->SyncNames(files.text);
         newText = false;

@@ -42,11 +42,16 @@ int FolderMarker::ReadRecord(int recordNumber, std::string_view& record) {
 
 std::optional<std::size_t> FolderMarker::FlagLineBytes(std::uint64_t textOffset) {
     if (text_ == nullptr) return std::nullopt;
-    std::array<char, index_field::kFlags.width + 1> line{};
-    const std::int64_t count = text_->ReadAt(textOffset, line);
+    // The flags and the identifier, each with its line end.
+    std::array<char, index_field::kFlags.width + 2 + index_field::kLocalId.width + 2> lines{};
+    const std::int64_t count = text_->ReadAt(textOffset, lines);
     if (count <= 0) return std::nullopt;
-    const std::size_t end = std::string_view(line.data(), static_cast<std::size_t>(count)).find('\r');
-    if (end == std::string_view::npos) return std::nullopt;
+    const std::string_view read(lines.data(), static_cast<std::size_t>(count));
+    const std::size_t end = read.find('\r');
+    if (end == std::string_view::npos || end > index_field::kFlags.width || end + 2 > read.size())
+        return std::nullopt;
+    const std::string_view second = read.substr(end + 2);
+    if (!BearsIdentifierOf(record_, second.substr(0, second.find('\r')))) return std::nullopt;
     return end;
 }
 

@@ -36,7 +36,7 @@ class FolderMarker {
 
   private:
     [[nodiscard]] int ReadRecord(int recordNumber, std::string_view& record);
-    /// The length of the mail's flag line; nothing where the text holds no such line there.
+    /// The length of the flag line of the mail that was read last; nothing where the text holds another mail there or none.
     [[nodiscard]] std::optional<std::size_t> FlagLineBytes(std::uint64_t textOffset);
     [[nodiscard]] int StampSendingDate(int recordNumber, std::uint64_t textOffset, const core::Clock& clock);
 

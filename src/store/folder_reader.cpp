@@ -75,9 +75,11 @@ FolderReader::Condition FolderReader::ReadMail(int recordNumber, std::size_t bod
     if (offset && textWindow_) {
         switch (ReadTextRecord(*textWindow_, *offset, bodyLimit, record)) {
             case TextRecordFault::None:
-                return Condition::Whole;
+                if (BearsIdentifierOf(IndexRecord(recordNumber), record.localId)) return Condition::Whole;
+                break;
             case TextRecordFault::Unended:
-                return Condition::Cut;
+                if (BearsIdentifierOf(IndexRecord(recordNumber), record.localId)) return Condition::Cut;
+                break;
             case TextRecordFault::Nowhere:
                 break;
         }

@@ -40,6 +40,9 @@ class FolderReader {
     };
     [[nodiscard]] Condition ReadMail(int recordNumber, std::size_t bodyLimit, MailRecord& record);
 
+    /// 0, or the negated errno value of a read of the index that failed: what looked like the end of the list may not be.
+    [[nodiscard]] int error() const { return indexWindow_ ? indexWindow_->error() : 0; }
+
     /// The first record that bears the identifier, trailing blanks aside; -1 when none does.
     [[nodiscard]] int FindMail(std::string_view localId);
 

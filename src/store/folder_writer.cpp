@@ -162,8 +162,8 @@ int FolderWriter::Fail(int result) {
 void FolderWriter::TakeBack() {
     // The index first: it must not point to what is gone. Where the disk refuses even this, a record without
     // its text is a damaged mail and nothing else.
-    static_cast<void>(index_->Truncate(oldIndexBytes_));
-    static_cast<void>(text_->Truncate(oldTextBytes_));
+    if (index_->Truncate(oldIndexBytes_) == 0) static_cast<void>(index_->Sync());
+    if (text_->Truncate(oldTextBytes_) == 0) static_cast<void>(text_->Sync());
     textBuffer_.clear();
     indexBuffer_.clear();
     overwriting_.reset();

@@ -1,6 +1,7 @@
 #include "store/index_journal.h"
 
 #include <cerrno>
+#include <charconv>
 #include <vector>
 
 #include "store/index_record.h"
@@ -34,7 +35,10 @@ int ReadHeader(core::File& file, Header& header) {
     if (count < 0) return static_cast<int>(count);
     const std::size_t blank = text.find(' ');
     if (count != kHeaderBytes || blank == std::string::npos) return -EINVAL;
-    header.firstRecord = static_cast<std::uint64_t>(std::stoull("0" + text.substr(0, blank)));
+    const auto [end, error] = std::from_chars(text.data(), text.data() + blank, header.firstRecord);
+    constexpr std::uint64_t kMostRecords = std::uint64_t{1} << 40;
+    if (error != std::errc() || end != text.data() + blank || header.firstRecord > kMostRecords)
+        return -EINVAL;
     header.cut = text.compare(blank + 1, kCut.size(), kCut) == 0;
     return 0;
 }
@@ -99,6 +103,11 @@ int IndexJournal::Resume(const FolderFiles& files) {
     int result = files.workspace->Open(files.journal, core::OpenMode::Read, journal);
     if (result == 0) result = ReadHeader(*journal, header);
     if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::ReadWrite, index);
+    // Without an index, or with a header that nobody here wrote, there is nothing to go on with.
+    if (result == -ENOENT || result == -EINVAL) {
+        const int removed = files.workspace->Remove(files.journal);
+        return removed < 0 ? removed : files.workspace->SyncNames(files.journal);
+    }
     if (result == 0) result = CopyRecords(*journal, *index, header);
     if (result == 0) result = index->Sync();
     if (result == 0) result = files.workspace->Remove(files.journal);

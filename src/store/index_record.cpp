@@ -60,6 +60,11 @@ std::optional<std::uint64_t> TextOffsetOf(std::string_view record) {
     return offset;
 }
 
+bool BearsIdentifierOf(std::string_view record, std::string_view localId) {
+    // The index may hold a longer one cut.
+    return localId.starts_with(WithoutTrailingBlanks(FieldOf(record, index_field::kLocalId)));
+}
+
 std::string_view WithoutTrailingBlanks(std::string_view text) {
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }

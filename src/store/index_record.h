@@ -59,6 +59,10 @@ void CutIndexFields(MailRecord& record);
     return record.substr(field.offset, field.width);
 }
 
+/// Whether a mail of the text file that bears `localId` is the one that the record stands for. A record that leads to
+/// another mail is damaged.
+[[nodiscard]] bool BearsIdentifierOf(std::string_view record, std::string_view localId);
+
 /// The text without the blanks behind it.
 [[nodiscard]] std::string_view WithoutTrailingBlanks(std::string_view text);
 

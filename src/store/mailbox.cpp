@@ -101,31 +101,39 @@ int Mailbox::Commit(FolderWriter& writer, std::string_view folder) {
 int Mailbox::AppendMail(std::string_view folder, MailRecord& record, int recordNumber) {
     const auto writer = OpenWriter(folder);
     if (writer == nullptr) return -1;
+    const MailRecord before = record;
     PrepareForServerList(record);
     const int added = recordNumber == -1 ? writer->Append(record) : writer->Overwrite(recordNumber, record);
-    if (added < 0) {
-        ReportFault(folder, added);
-        return -1;
-    }
-    return Commit(*writer, folder);
+    if (added < 0) ReportFault(folder, added);
+    if (added == 0 && Commit(*writer, folder) == 0) return 0;
+    // As it was, so that the caller can try again: a mail that is replaced is found by its old identifier.
+    record = before;
+    return -1;
+}
+
+bool Mailbox::OpenForReading(FolderReader& reader, std::string_view folder) {
+    const int opened = reader.Open(FilesOf(folder));
+    if (opened < 0 && opened != -ENOENT) ReportFault(folder, opened);
+    return opened == 0;
 }
 
 int Mailbox::ReplaceMail(std::string_view folder, int, MailRecord& record) {
     core::WorkspaceLock lock;
     const FolderFiles files = FilesOf(folder);
-    const int locked = files.workspace->Lock(true, lock);
-    if (locked < 0) {
-        ReportFault(folder, locked);
+    FolderReader reader;
+    int result = files.workspace->Lock(true, lock);
+    if (result == 0) result = reader.Open(files);
+    if (result == -ENOENT) return 0;
+    const int found = result == 0 ? reader.FindMail(record.localId) : -1;
+    if (result == 0) result = reader.error();
+    if (result < 0) {
+        ReportFault(folder, result);
         return -1;
     }
-    FolderReader reader;
-    if (reader.Open(files) < 0) return 0;
-    const int found = reader.FindMail(record.localId);
     if (found == -1) return 0;
     const auto oldText = TextOffsetOf(reader.IndexRecord(found));
     if (AppendMail(folder, record, found) < 0) return -1;
-    // The old text is marked last: until then it is the mail, and what happens to the mark now does not
-    // matter any more.
+    // The old text is marked last: until then it is the mail, and what happens to the mark now does not matter.
     std::unique_ptr<core::File> text;
     if (oldText && files.workspace->Open(files.text, core::OpenMode::ReadWrite, text) == 0) {
         static_cast<void>(text->WriteAt(*oldText + flag::kDeleted, "x"));
@@ -135,19 +143,19 @@ int Mailbox::ReplaceMail(std::string_view folder, int, MailRecord& record) {
 
 int Mailbox::ReadMail(std::string_view folder, int recordNumber, MailRecord& record, int mode) {
     FolderReader reader;
-    if (reader.Open(FilesOf(folder)) < 0) return -1;
+    if (!OpenForReading(reader, folder)) return -1;
     const FolderReader::Condition condition = reader.ReadMail(recordNumber, BodyLimit(mode), record);
     return condition == FolderReader::Condition::Damaged ? -1 : 0;
 }
 
 int Mailbox::ReadListEntry(std::string_view folder, int recordNumber, MailListEntry& entry) {
     FolderReader reader;
-    return reader.Open(FilesOf(folder)) < 0 ? -1 : reader.ReadListEntry(recordNumber, entry);
+    return OpenForReading(reader, folder) ? reader.ReadListEntry(recordNumber, entry) : -1;
 }
 
 int Mailbox::FindMail(std::string_view folder, std::string_view localId) {
     FolderReader reader;
-    return reader.Open(FilesOf(folder)) < 0 ? -1 : reader.FindMail(localId);
+    return OpenForReading(reader, folder) ? reader.FindMail(localId) : -1;
 }
 
 int Mailbox::FindAndDeleteMail(std::string_view folder, std::string_view localId) {
@@ -158,7 +166,7 @@ int Mailbox::FindAndDeleteMail(std::string_view folder, std::string_view localId
 
 int Mailbox::CountMails(std::string_view folder) {
     FolderReader reader;
-    return reader.Open(FilesOf(folder)) < 0 ? 0 : reader.CountMails();
+    return OpenForReading(reader, folder) ? reader.CountMails() : 0;
 }
 
 int Mailbox::MarkMany(std::string_view folder, const std::function<int(FolderMarker&)>& mark) {

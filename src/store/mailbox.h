@@ -118,6 +118,8 @@ class Mailbox {
   private:
     /// In server-list mode: the size text and the flag of an entry of that list.
     void PrepareForServerList(MailRecord& record) const;
+    /// False where there is no folder and, when the user has been told, where it cannot be read.
+    [[nodiscard]] bool OpenForReading(FolderReader& reader, std::string_view folder);
     void ReportLostTexts(std::string_view folder, const TextCompaction& done);
 
     core::Workspace* workspace_;

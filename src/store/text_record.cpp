@@ -15,9 +15,9 @@ constexpr Member kHeaderLines[] = {
     &MailRecord::messageId, &MailRecord::spare1,       &MailRecord::spare2,   &MailRecord::spare3,
 };
 
-/// Whether the body together with the line end behind it would form the terminator.
-bool EndsLikeTerminator(std::string_view body) {
-    return body.ends_with(kTerminator.substr(0, 2));
+/// Whether the text together with the line end behind it would form the terminator.
+bool EndsLikeTerminator(std::string_view text) {
+    return text.ends_with(kTerminator.substr(0, 2));
 }
 
 /// Reads one line into `value`. False when the text ends before the line does.
@@ -39,6 +39,7 @@ bool ReadHeaderLine(TextWindow& text, std::uint64_t& offset, std::string& value)
 void FormatTextRecord(const MailRecord& record, std::string& output) {
     const auto line = [&output](std::string_view text) {
         output += text;
+        if (EndsLikeTerminator(text)) output += ' ';
         output += "\r\n";
     };
     for (const Member member : kHeaderLines) {
@@ -56,6 +57,32 @@ void FormatTextRecord(const MailRecord& record, std::string& output) {
     if (EndsLikeTerminator(record.body)) output += ' ';
     if (!record.body.ends_with('\n')) output += "\r\n";
     output += kTerminator;
+}
+
+std::string_view WholeTextRecord(TextWindow& text, std::uint64_t offset, std::size_t bytesBehind) {
+    // Old files can hold header lines that end in the terminator's first bytes; such a line closes no mail. A terminator
+    // in the first place does: it is all that is left of a mail whose text was lost.
+    std::uint64_t body = offset;
+    if (text.At(offset, kTerminator.size()) != kTerminator) {
+        std::string line;
+        for (std::size_t number = 0; number < std::size(kHeaderLines); ++number) {
+            if (!ReadHeaderLine(text, body, line)) {
+                body = offset;
+                break;
+            }
+        }
+    }
+    constexpr std::size_t kFirstPieceBytes = 8192;
+    constexpr std::size_t kSearchBytes = MAIL_BODY_MAX - 1;
+    std::size_t searched = static_cast<std::size_t>(body - offset);
+    for (std::size_t length = std::max(kFirstPieceBytes, std::min(searched * 2, kSearchBytes));;
+         length = std::min(length * 2, kSearchBytes)) {
+        const std::string_view piece = text.At(offset, length);
+        const std::size_t end = piece.find(kTerminator, std::min(searched, piece.size()));
+        if (end != std::string_view::npos) return text.At(offset, end + kTerminator.size() + bytesBehind);
+        if (piece.size() < length || length == kSearchBytes) return {};
+        searched = std::max(searched, piece.size() - (kTerminator.size() - 1));
+    }
 }
 
 TextRecordFault ReadTextRecord(TextWindow& text, std::uint64_t offset, std::size_t bodyLimit,

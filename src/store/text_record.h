@@ -24,6 +24,11 @@ inline constexpr std::size_t kDateLineBytes = 50;
 /// Appends the mail's bytes to `output`. Fields are written at full length.
 void FormatTextRecord(const MailRecord& record, std::string& output);
 
+/// The bytes of the mail at `offset` up to its terminator and, where there are as many, `bytesBehind` more; empty when
+/// there is no terminator within the mail buffer. Valid until the window's next use.
+[[nodiscard]] std::string_view WholeTextRecord(TextWindow& text, std::uint64_t offset,
+                                               std::size_t bytesBehind);
+
 enum class TextRecordFault {
     None,
     Nowhere,  ///< the text ends before the header lines do

@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "core/shift_jis.h"
+#include "tests/support/fixed_clock.h"
 #include "tests/support/memory_file_system.h"
 #include "tests/support/recording_user_interface.h"
 
@@ -22,7 +23,7 @@ class ProgramTest : public ::testing::Test {
 
     /// What a program before this one left.
     void SaveEarlier(int activeNumber) {
-        Program earlier(workspace, ui);
+        Program earlier(workspace, state, ui, clock);
         earlier.Start();
         earlier.environments().entries[2].name = "home";
         earlier.environments().entries[2].userId = "ABC01234";
@@ -33,8 +34,10 @@ class ProgramTest : public ::testing::Test {
 
     support::MemoryFileSystem disk;
     core::Workspace workspace{disk, "/mail"};
+    core::Workspace state{disk, "/state"};
     support::RecordingUserInterface ui;
-    Program program{workspace, ui};
+    support::FixedClock clock;
+    Program program{workspace, state, ui, clock};
 };
 
 TEST_F(ProgramTest, WhatOneSavesTheNextReads) {
@@ -48,7 +51,7 @@ TEST_F(ProgramTest, WhatOneSavesTheNextReads) {
     EXPECT_EQ(program.settings().userId, "");
     ASSERT_EQ(program.SaveSettings(), 0);
 
-    Program next(workspace, ui);
+    Program next(workspace, state, ui, clock);
     next.Start();
     EXPECT_EQ(next.settings().hostName, "changed");
     EXPECT_EQ(next.settings().currentId, 5);
@@ -67,7 +70,7 @@ TEST_F(ProgramTest, EnvironmentsWithoutSettingsSurviveAChange) {
     program.environments().entries[4].name = "new";
     ASSERT_EQ(program.SaveEnvironments(), 0);
     ASSERT_EQ(program.SaveSettings(), 0);
-    Program next(workspace, ui);
+    Program next(workspace, state, ui, clock);
     next.Start();
     EXPECT_EQ(next.environments().entries[2].userId, "ABC01234");
     EXPECT_EQ(next.environments().entries[4].name, "new");
@@ -95,7 +98,7 @@ TEST_F(ProgramTest, AFileThatCannotBeReadForbidsEveryChange) {
         broken.PutDirectory("/mail/Setting/" + name);
         core::Workspace there(broken, "/mail");
         ui.messages.clear();
-        Program unlucky(there, ui);
+        Program unlucky(there, state, ui, clock);
         unlucky.Start();
         EXPECT_TRUE(ui.messages.empty());
         EXPECT_EQ(unlucky.PrepareChange(), -1);
@@ -108,7 +111,7 @@ TEST_F(ProgramTest, AFileThatCannotBeReadForbidsEveryChange) {
     SaveEarlier(2);
     bool struck = true;
     for (int call = 1; struck; ++call) {
-        Program unlucky(workspace, ui);
+        Program unlucky(workspace, state, ui, clock);
         disk.FailCall(call, -EIO);
         unlucky.Start();
         struck = disk.struck();
@@ -124,13 +127,32 @@ TEST_F(ProgramTest, TheActiveEnvironmentIsTheOneWhoseValuesComeBack) {
     EXPECT_EQ(program.ActiveEnvironment(), &program.environments().entries[0]) << "there is one now";
 
     SaveEarlier(2);
-    Program next(workspace, ui);
+    Program next(workspace, state, ui, clock);
     next.Start();
     EXPECT_EQ(next.ActiveEnvironment(), &next.environments().entries[2]);
     for (const std::int32_t number : {-1, 10}) {
         next.settings().currentId = number;
         EXPECT_EQ(next.ActiveEnvironment(), nullptr);
     }
+}
+
+TEST_F(ProgramTest, ABankIsOpenedByItselfAndFollowsTheEnvironment) {
+    program.Start();
+    ASSERT_EQ(program.OpenBank(), 0);
+    EXPECT_EQ(disk.Names("/mail/MailBox1"), std::vector<std::string>{"MailBoxInfo.ini"});
+    ASSERT_EQ(program.OpenBank(2), 0);
+    EXPECT_EQ(program.settings().nowBoxNo, 2);
+    EXPECT_EQ(program.mailbox().bankDirectory(), "MailBox3");
+
+    program.settings().bank[5] = 0;
+    ASSERT_EQ(program.SwitchEnvironment(5), 0);
+    EXPECT_EQ(program.mailbox().bankDirectory(), "MailBox1");
+    EXPECT_TRUE(ui.messages.empty());
+    for (const int number : {-1, 20}) {
+        EXPECT_EQ(program.OpenBank(number), -1);
+    }
+    EXPECT_EQ(ui.messages.size(), 2U);
+    EXPECT_EQ(program.settings().nowBoxNo, 0);
 }
 
 }  // namespace

@@ -18,10 +18,11 @@ struct RunResult {
 };
 
 /// Runs `postkite` in this process, on the given files, with nobody at the terminal and the working directory
-/// "/mail".
+/// "/mail". `input` is what standard input gives.
 inline RunResult RunPostkite(MemoryFileSystem& files, std::vector<std::string> arguments,
-                             std::map<std::string, std::string> variables = {}) {
-    std::istringstream in;
+                             std::map<std::string, std::string> variables = {},
+                             const std::string& input = {}) {
+    std::istringstream in(input);
     std::ostringstream out;
     std::ostringstream err;
     variables.try_emplace("POSTKITE_DIR", "/mail");
