@@ -13,6 +13,7 @@ using namespace core::literals;
 Program::Program(core::Workspace& workspace, core::Workspace& programState, core::UserInterface& ui,
                  const core::Clock& clock)
     : workspace_(&workspace),
+      programState_(&programState),
       ui_(&ui),
       clock_(&clock),
       identifiers_(clock),
@@ -90,14 +91,15 @@ void Program::EnvironmentsAreSaved() {
 }
 
 int Program::OpenBank() {
-    return OpenBank(settings_.nowBoxNo);
+    const int number = settings_.nowBoxNo;
+    if (folders_.MakeBankDirectory(number) < 0) return -1;
+    return folders_.SwitchBank(number, SessionRunning());
 }
 
-int Program::OpenBank(int number) {
-    if (folders_.MakeBankDirectory(number) < 0) return -1;
-    if (folders_.SwitchBank(number, SessionRunning()) < 0) return -1;
-    settings_.nowBoxNo = number;
-    return 0;
+int Program::PrepareClipboard() {
+    const int made = programState_->MakeRoot();
+    if (made < 0) mailbox_.ReportFault(store::kClipboardFolder, made);
+    return made < 0 ? -1 : 0;
 }
 
 core::Environment* Program::ActiveEnvironment() {
@@ -116,15 +118,9 @@ bool Program::MainWindowBusy() const {
 }
 
 int Program::SwitchBank(int number) {
-    if (number < 0 || static_cast<std::size_t>(number) >= core::kBankCount) {
-        ui_->ShowMessage(core::kProductName,
-                         core::Choose(*ui_, "そのような番号のメールボックスバンクはありません。"_sjis,
-                                      "There is no mailbox bank of that number."),
-                         core::MessageIcon::Stop);
-        return -1;
-    }
     const bool bankIsOpen = folders_.currentBank() >= 0;
-    if (bankIsOpen && folders_.SwitchBank(number, SessionRunning()) < 0) return -1;
+    if (!bankIsOpen && number == settings_.nowBoxNo) return 0;
+    if (folders_.SwitchBank(number, SessionRunning()) < 0) return -1;
     settings_.nowBoxNo = number;
     return 0;
 }

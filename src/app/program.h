@@ -39,12 +39,18 @@ class Program final : private core::HostSwitchPartners {
     /// Makes environment `number`, 0 to 9, the active one.
     [[nodiscard]] int SwitchEnvironment(int number);
 
-    /// Opens the current mailbox bank, made where it is missing. Nothing can be done with `mailbox` and
-    /// `folders` before, and only what needs mail has to.
+    /// Opens the bank that is current at start-up, its directory made where it is missing. Nothing can be
+    /// done with `mailbox` and `folders` before, and only what needs mail has to.
     [[nodiscard]] int OpenBank();
 
-    /// Makes bank `number` the current one, made where it is missing. The settings are not saved.
-    [[nodiscard]] int OpenBank(int number);
+    /// Makes bank `number` the current one and opens it. Its directory has to be there: an unmounted disk
+    /// must not become an empty bank. While no bank is open the current one is not looked at. The settings
+    /// are not saved.
+    [[nodiscard]] int SwitchBank(int number) override;
+
+    /// Makes the directory of the program's state, which holds the clipboard folder, where it is missing. To
+    /// be called before that folder is written.
+    [[nodiscard]] int PrepareClipboard();
 
     /// The environment whose values stand in the settings and are put there again at the next start; nullptr
     /// where there is no environments file, and so none that would be.
@@ -59,13 +65,13 @@ class Program final : private core::HostSwitchPartners {
   private:
     [[nodiscard]] bool SessionRunning() const override;
     [[nodiscard]] bool MainWindowBusy() const override;
-    [[nodiscard]] int SwitchBank(int number) override;
     void SetEnvironmentChooser(int number) override;
 
     void EnvironmentsAreSaved();
     [[nodiscard]] bool WasReadOrMissing(std::string_view file, int result);
 
     core::Workspace* workspace_;
+    core::Workspace* programState_;
     core::UserInterface* ui_;
     const core::Clock* clock_;
     core::Settings settings_;

@@ -1,6 +1,7 @@
 #include "cli/command_context.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <istream>
 #include <nlohmann/json.hpp>
 #include <ostream>
@@ -111,7 +112,17 @@ std::unique_ptr<Session> CommandContext::OpenForChange(core::WorkspaceLock& lock
     return session;
 }
 
-/// Reads one byte more than `longest` at most. Returns 0 or a negated errno value.
+/// Fills `bytes`, as far as there are any, from what is no regular file. Returns 0 or a negated errno value.
+int CommandContext::ReadStream(const std::string& file, std::string& bytes) {
+    const auto close = [](std::FILE* stream) { static_cast<void>(std::fclose(stream)); };
+    errno = 0;
+    const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(file.c_str(), "rb"), close);
+    if (stream == nullptr) return errno == 0 ? -EIO : -errno;
+    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), stream.get()));
+    if (std::ferror(stream.get()) == 0) return 0;
+    return errno == 0 ? -EIO : -errno;
+}
+
 int CommandContext::ReadBytes(const std::string& file, std::size_t longest, std::string& bytes) {
     bytes.resize(longest + 1);
     if (file == "-") {
@@ -119,8 +130,11 @@ int CommandContext::ReadBytes(const std::string& file, std::size_t longest, std:
         bytes.resize(static_cast<std::size_t>(console_->in.gcount()));
         return console_->in.bad() ? -EIO : 0;
     }
+    core::EntryKind kind{};
+    int result = fileSystem_->Inspect(file, kind);
+    if (result == 0 && kind == core::EntryKind::Other) return ReadStream(file, bytes);
     std::unique_ptr<core::File> opened;
-    const int result = fileSystem_->Open(file, core::OpenMode::Read, opened);
+    if (result == 0) result = fileSystem_->Open(file, core::OpenMode::Read, opened);
     if (result < 0) return result;
     const std::int64_t count = opened->ReadAt(0, bytes);
     if (count < 0) return static_cast<int>(count);
@@ -167,6 +181,7 @@ std::optional<std::string> CommandContext::TextFile(const std::string& file, std
 }
 
 int CommandContext::Print(std::string_view text) {
+    if (console_->endStatusLine) console_->endStatusLine();
     console_->out << text << std::flush;
     if (console_->out) return kDone;
     return Refuse({"出力に書き込めません。", "Standard output cannot be written."});
@@ -177,7 +192,24 @@ int CommandContext::PrintJson(const nlohmann::ordered_json& document) {
     return Print(document.dump(kIndent) + "\n");
 }
 
+void CommandContext::HintAtBankDirectory(Session& session, int bank) {
+    const auto& banks = session.program.settings().mailBoxPathName;
+    if (!console_->errIsTerminal || bank < 0 || static_cast<std::size_t>(bank) >= banks.size()) return;
+    const std::string& bankDirectory = banks[static_cast<std::size_t>(bank)];
+    core::EntryKind kind{};
+    std::filesystem::path path;
+    if (session.workspace.Inspect(bankDirectory, kind) < 0 || kind != core::EntryKind::Missing) return;
+    if (session.workspace.Locate(bankDirectory, path) < 0) return;
+    std::string quoted;
+    for (const char byte : path.string()) {
+        quoted += byte == '\'' ? std::string("'\\''") : std::string(1, byte);
+    }
+    Remark({"ディレクトリを新しく作るには: mkdir -p '{}'", "To make the directory anew: mkdir -p '{}'"},
+           quoted);
+}
+
 void CommandContext::Say(std::string_view text) {
+    if (console_->endStatusLine) console_->endStatusLine();
     console_->err << core::kProductName << ": " << Visible(text) << '\n';
 }
 

@@ -68,10 +68,14 @@ class CommandContext {
     /// them.
     [[nodiscard]] std::unique_ptr<Session> OpenForChange(core::WorkspaceLock& lock);
 
-    /// The whole of a text file that the user named, or of standard input for "-", in code page 932 with CR
-    /// LF as line ends. Nothing where it cannot be read, is longer than `longest` bytes or holds what the
+    /// The whole of a text file or pipe that the user named, or of standard input for "-", in code page 932
+    /// with CR LF as line ends. Nothing where it cannot be read, is longer than `longest` bytes or holds what the
     /// code page lacks; the user knows why.
     [[nodiscard]] std::optional<std::string> TextFile(const std::string& file, std::size_t longest);
+
+    /// The bytes of such a file, at most one more than `longest`. Returns 0 or a negated errno value, and says
+    /// nothing.
+    [[nodiscard]] int ReadBytes(const std::string& file, std::size_t longest, std::string& bytes);
 
     /// Writes to standard output. Returns the exit status.
     [[nodiscard]] int Print(std::string_view text);
@@ -89,6 +93,10 @@ class CommandContext {
         Say(text.In(language_, {values...}));
     }
 
+    /// On a terminal, says how to make the directory of a bank that could not be switched to, where it is
+    /// missing.
+    void HintAtBankDirectory(Session& session, int bank);
+
     /// What was typed as a value for a line of a positional file of at most `longest` bytes, in code page
     /// 932. Nothing when the file cannot hold it; the user knows why. `what` names the value, UTF-8.
     [[nodiscard]] std::optional<std::string> LineValue(std::string_view what, std::string_view typed,
@@ -99,7 +107,7 @@ class CommandContext {
     [[nodiscard]] int RefuseWith(std::string_view text);
     [[nodiscard]] std::optional<std::filesystem::path> WorkingDirectory() const;
     [[nodiscard]] std::optional<std::filesystem::path> StateDirectory() const;
-    [[nodiscard]] int ReadBytes(const std::string& file, std::size_t longest, std::string& bytes);
+    [[nodiscard]] static int ReadStream(const std::string& file, std::string& bytes);
     [[nodiscard]] std::unique_ptr<Session> OpenDirectory();
 
     core::FileSystem* fileSystem_;

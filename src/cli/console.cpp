@@ -81,7 +81,7 @@ std::string Visible(std::string_view utf8) {
 }
 
 std::string Utf8Bytes(std::string_view text) {
-    const std::u8string utf8 = core::ToUtf8(text);
+    const std::u8string utf8 = core::ToShownUtf8(text);
     return {reinterpret_cast<const char*>(utf8.data()), utf8.size()};
 }
 

@@ -18,6 +18,9 @@ struct Console {
     bool errIsTerminal = false;
     /// An environment variable; nothing when it is not set or empty.
     std::function<std::optional<std::string>(const char* name)> variable;
+    /// To be called before anything else is written: ends a line that is being redrawn in place. Empty where
+    /// nobody draws one; whoever does puts it here.
+    std::function<void()> endStatusLine = {};
 };
 
 /// The console of this process.
@@ -30,7 +33,8 @@ enum class LineEnds { Replaced, Kept };
 /// tabs.
 [[nodiscard]] std::string Printable(std::string_view text, LineEnds lineEnds = LineEnds::Replaced);
 
-/// Code page 932 text as UTF-8 bytes, control characters and all, for JSON.
+/// Code page 932 text as UTF-8 bytes, with U+FFFD for bytes that are no character, but with all control
+/// characters, for JSON.
 [[nodiscard]] std::string Utf8Bytes(std::string_view text);
 
 /// UTF-8 text from anywhere, such as the command line, made fit for a terminal in the same way.

@@ -42,10 +42,12 @@ std::string DrawBar(std::uint64_t position, std::uint64_t total) {
 
 TerminalUserInterface::TerminalUserInterface(Console& console, core::Language language, bool yes)
     : console_(&console), language_(language), yes_(yes) {
+    console_->endStatusLine = [this] { EndStatusLine(); };
 }
 
 TerminalUserInterface::~TerminalUserInterface() {
     ClearStatusLine();
+    console_->endStatusLine = nullptr;
 }
 
 void TerminalUserInterface::ShowMessage(std::string_view caption, std::string_view text, core::MessageIcon) {
@@ -102,6 +104,14 @@ void TerminalUserInterface::ClearStatusLine() {
     if (drawn_.empty()) return;
     console_->err << "\r\x1B[K" << std::flush;
     drawn_.clear();
+}
+
+/// A text that no bar stands beside says how the work went, and stays as a line of its own.
+void TerminalUserInterface::EndStatusLine() {
+    if (drawn_.empty() || !bar_.empty()) return ClearStatusLine();
+    console_->err << '\n' << std::flush;
+    drawn_.clear();
+    statusText_.clear();
 }
 
 // A terminal is no place for music: whoever wants the sounds has the desktop.

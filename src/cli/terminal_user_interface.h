@@ -10,13 +10,15 @@ namespace postkite::cli {
 
 /// The engine's messages and questions on a terminal. Everything goes to standard error: a message is a line
 /// "caption: text"; the status text and the progress bar share the last line where that is a terminal and are
-/// not shown elsewhere; there is no sound. Borrows the console.
+/// not shown elsewhere; there is no sound. Borrows the console, and ends its status line while it lives.
 class TerminalUserInterface final : public core::UserInterface {
   public:
     /// `yes` answers every question with OK. Otherwise a question is asked on the terminal; without one it
     /// counts as refused.
     TerminalUserInterface(Console& console, core::Language language, bool yes);
     ~TerminalUserInterface() override;
+    TerminalUserInterface(const TerminalUserInterface&) = delete;
+    TerminalUserInterface& operator=(const TerminalUserInterface&) = delete;
 
     [[nodiscard]] core::Language language() const override { return language_; }
     void ShowMessage(std::string_view caption, std::string_view text, core::MessageIcon icon) override;
@@ -31,6 +33,7 @@ class TerminalUserInterface final : public core::UserInterface {
   private:
     void DrawStatusLine();
     void ClearStatusLine();
+    void EndStatusLine();
 
     Console* console_;
     core::Language language_;

@@ -34,6 +34,8 @@ constexpr Phrase kPhrases[] = {
     {-EXDEV, "別のディスクにあります"_sjis, "it is on another disk"},
     {-ENOTSUP, "古い形式のファイルなので、先に変換が必要です"_sjis,
      "it has an older layout and must be converted first"},
+    {-ENODATA, "本文のファイルがありません"_sjis, "the file of its texts is missing"},
+    {-EMSGSIZE, "メールが大きすぎます"_sjis, "the mail is too large"},
     {-EIO, "ディスクの読み書きに失敗しました"_sjis, "the disk failed"},
 };
 

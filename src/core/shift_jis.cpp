@@ -119,7 +119,18 @@ std::size_t FindText(std::string_view text, std::string_view wanted, std::size_t
     }
 }
 
-std::u8string ToUtf8(std::string_view text) {
+namespace {
+
+enum class PrivateBytes { Kept, Replaced };
+
+/// Of a byte that no trail byte follows.
+char16_t SingleByteCharacter(unsigned char byte, PrivateBytes privateBytes) noexcept {
+    const bool halfWidthKatakana = byte >= 0xA1 && byte <= 0xDF;
+    if (privateBytes == PrivateBytes::Replaced && !halfWidthKatakana) return 0xFFFD;
+    return detail::kCp932SingleBytes[byte];
+}
+
+std::u8string Decode(std::string_view text, PrivateBytes privateBytes) {
     std::u8string utf8(3 * text.size(), u8'\0');
     char8_t* out = utf8.data();
     const char* in = text.data();
@@ -132,12 +143,22 @@ std::u8string ToUtf8(std::string_view text) {
             out = WriteUtf8(DoubleByteCharacter(byte, static_cast<unsigned char>(in[1])), out);
             in += 2;
         } else {
-            out = WriteUtf8(detail::kCp932SingleBytes[byte], out);
+            out = WriteUtf8(SingleByteCharacter(byte, privateBytes), out);
             ++in;
         }
     }
     utf8.resize(static_cast<std::size_t>(out - utf8.data()));
     return utf8;
+}
+
+}  // namespace
+
+std::u8string ToUtf8(std::string_view text) {
+    return Decode(text, PrivateBytes::Kept);
+}
+
+std::u8string ToShownUtf8(std::string_view text) {
+    return Decode(text, PrivateBytes::Replaced);
 }
 
 std::optional<std::string> FromUtf8(std::u8string_view text, std::size_t* refusedAt) {

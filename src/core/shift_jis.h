@@ -51,11 +51,14 @@ namespace postkite::core {
 [[nodiscard]] std::size_t FindText(std::string_view text, std::string_view wanted,
                                    std::size_t from = 0) noexcept;
 
-/// For people and file names. Bytes that are no character become U+FFFD: one for a lead byte and a trail byte
-/// that together have no character, one for a lead byte without a trail byte, and then the byte behind it is
-/// read anew. The five single bytes that stand for nothing printable keep their private meaning: 0x80 is
-/// U+0080, 0xA0 U+F8F0, 0xFD to 0xFF U+F8F1 to U+F8F3.
+/// For file names, and whatever else comes back through `FromUtf8`. Bytes that are no character become U+FFFD:
+/// one for a lead byte and a trail byte that together have no character, one for a lead byte without a trail
+/// byte, and then the byte behind it is read anew. The five single bytes that are no character but have a
+/// private meaning keep it, and so come back: 0x80 is U+0080, 0xA0 U+F8F0, 0xFD to 0xFF U+F8F1 to U+F8F3.
 [[nodiscard]] std::u8string ToUtf8(std::string_view text);
+
+/// For people and for other programs: the same, but those five become U+FFFD as well.
+[[nodiscard]] std::u8string ToShownUtf8(std::string_view text);
 
 /// For what people type and for file names. Where the code page has a character more than once the lowest
 /// code wins, and the characters that other systems use for a full-width sign become that sign (U+301C and

@@ -40,6 +40,13 @@ class Descriptor {
     int number_;
 };
 
+/// In a program that was started with a standard stream closed, its number would go to the next file, and what is meant
+/// for the stream into it.
+int AwayFromStandardStreams(int number) {
+    const Descriptor taken(number);
+    return Retry([&] { return fcntl(number, F_DUPFD_CLOEXEC, STDERR_FILENO + 1); });
+}
+
 class SystemFile final : public File {
   public:
     explicit SystemFile(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
@@ -117,8 +124,10 @@ int SystemFileSystem::Open(const std::filesystem::path& path, OpenMode mode, std
     constexpr mode_t kOwnerOnly = 0600;
     // O_NONBLOCK: opening a pipe that nobody writes to must not hang; regular files do not heed it.
     const int flags = FlagsOf(mode) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
-    Descriptor descriptor(Retry([&] { return open(path.c_str(), flags, kOwnerOnly); }));
-    if (descriptor.number() < 0) return descriptor.number();
+    int opened = Retry([&] { return open(path.c_str(), flags, kOwnerOnly); });
+    if (opened >= 0 && opened <= STDERR_FILENO) opened = AwayFromStandardStreams(opened);
+    if (opened < 0) return opened;
+    Descriptor descriptor(opened);
     struct stat status {};
     if (fstat(descriptor.number(), &status) != 0) return -errno;
     if (S_ISDIR(status.st_mode)) return -EISDIR;

@@ -16,6 +16,8 @@ std::string Format(const char* format, Values... values) {
     return {text.data(), static_cast<std::size_t>(length)};
 }
 
+constexpr unsigned kLastSerial = 999;
+
 int TwoDigitYear(const LocalTime& time) {
     return time.year % 100;
 }
@@ -38,8 +40,11 @@ std::string FormatNowStamp(const Clock& clock) {
                   now.second);
 }
 
+IdentifierMaker::IdentifierMaker(const Clock& clock)
+    : clock_(&clock), mailSerial_(clock.ProcessNumber() % (kLastSerial + 1)) {
+}
+
 std::string IdentifierMaker::MakeMailKey() {
-    constexpr unsigned kLastSerial = 999;
     if (mailSerial_ > kLastSerial) mailSerial_ = 0;
     // The tick count is a 32-bit one and "%d" prints it signed: after 25 days of running it is negative.
     const auto ticks = static_cast<std::int32_t>(static_cast<std::uint32_t>(clock_->TickCount().count()));

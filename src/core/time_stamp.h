@@ -19,10 +19,11 @@ namespace postkite::core {
 /// program. Borrows the clock.
 class IdentifierMaker {
   public:
-    explicit IdentifierMaker(const Clock& clock) : clock_(&clock) {}
+    explicit IdentifierMaker(const Clock& clock);
 
     /// The unique key of a stored mail, "%s-%d-%d": `FormatNowStamp`, the tick count in milliseconds, and a
-    /// serial number that runs from 0 to 999 and wraps.
+    /// serial number that runs from 0 to 999 and wraps. It begins at the process's number, so that two programs do not
+    /// make one key in one millisecond.
     [[nodiscard]] std::string MakeMailKey();
 
     /// The identifier of a mail written here, "<%s.%04X%s>": the local time as "%y%m%d%H%M", a counter that
@@ -31,7 +32,7 @@ class IdentifierMaker {
 
   private:
     const Clock* clock_;
-    unsigned mailSerial_ = 0;
+    unsigned mailSerial_;
     std::uint16_t messageCounter_ = 0;
 };
 

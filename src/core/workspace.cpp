@@ -64,7 +64,7 @@ Workspace::Workspace(FileSystem& fileSystem, std::filesystem::path root)
     : fileSystem_(&fileSystem), root_(std::move(root)) {
 }
 
-int Workspace::Prepare() {
+int Workspace::MakeRoot() {
     std::filesystem::path made;
     for (const std::filesystem::path& component : root_) {
         made /= component;
@@ -75,6 +75,12 @@ int Workspace::Prepare() {
         const int created = MakeDirectory(made);
         if (created < 0 && created != -EEXIST) return created;
     }
+    return 0;
+}
+
+int Workspace::Prepare() {
+    const int made = MakeRoot();
+    if (made < 0) return made;
     EntryKind kind{};
     const int inspected = Inspect("Setting", kind);
     if (inspected < 0) return inspected;
@@ -139,6 +145,16 @@ int Workspace::Locate(std::string_view name, LetterCase lastComponent, std::file
     }
     path = std::move(found);
     return 0;
+}
+
+std::string Workspace::AsOnDisk(std::string_view name) const {
+    std::filesystem::path path;
+    if (Locate(name, path) < 0) return std::string(name);
+    const std::size_t separator = FindLastCharacter(name, kSeparator);
+    const std::size_t last = separator == std::string_view::npos ? 0 : separator + 1;
+    const std::optional<std::string> spelled = FromUtf8(path.filename().u8string());
+    const bool found = spelled && EqualIgnoringCase(*spelled, name.substr(last));
+    return std::string(name.substr(0, last)) + (found ? *spelled : std::string(name.substr(last)));
 }
 
 int Workspace::Open(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const {

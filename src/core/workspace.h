@@ -31,6 +31,9 @@ class Workspace {
     /// Makes the directory and its `Setting` where they are missing.
     [[nodiscard]] int Prepare();
 
+    /// Makes the directory alone, with those that it lies in, where it is missing.
+    [[nodiscard]] int MakeRoot();
+
     /// The entries of the directory that are called `name` but for their letter case. More than one mean that
     /// only one of them is ever found.
     [[nodiscard]] std::vector<std::string> SpellingsOf(std::string_view name) const;
@@ -40,6 +43,9 @@ class Workspace {
 
     /// The path of the entry that `name` means: the spelling found on disk, else the name's own spelling.
     [[nodiscard]] int Locate(std::string_view name, std::filesystem::path& path) const;
+
+    /// `name` with its last component as the disk spells it; as it is where there is no such entry.
+    [[nodiscard]] std::string AsOnDisk(std::string_view name) const;
 
     [[nodiscard]] int Open(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const;
     [[nodiscard]] int Inspect(std::string_view name, EntryKind& kind) const;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include "store/block_output.h"
 #include "store/index_journal.h"
 #include "store/index_record.h"
 #include "store/older_layouts.h"
@@ -15,42 +16,29 @@ namespace postkite::store {
 
 namespace {
 
-/// Copied behind each terminator: the two bytes that follow it, as the files have always had them.
-constexpr std::size_t kBytesBehindTerminator = 2;
-
 /// A new file that is written from its beginning to its end.
-class Output {
+class NewFile {
   public:
     int Create(const FolderFiles& files, const std::string& name) {
-        const int removed = files.workspace->Remove(name);
-        if (removed < 0 && removed != -ENOENT) return removed;
-        return files.workspace->Open(name, core::OpenMode::CreateNew, file_);
+        int result = files.workspace->Remove(name);
+        if (result == 0 || result == -ENOENT)
+            result = files.workspace->Open(name, core::OpenMode::CreateNew, file_);
+        if (result == 0) output_ = BlockOutput(*file_, 0);
+        return result;
     }
 
-    int Add(std::string_view bytes) {
-        buffer_ += bytes;
-        size_ += bytes.size();
-        constexpr std::size_t kBufferBytes = 1024 * 1024;
-        return buffer_.size() < kBufferBytes ? 0 : Flush();
-    }
+    int Add(std::string_view bytes) { return output_.Add(bytes); }
 
     int Finish() {
-        const int flushed = Flush();
+        const int flushed = output_.Flush();
         return flushed < 0 ? flushed : file_->Sync();
     }
 
-    [[nodiscard]] std::uint64_t size() const { return size_; }
+    [[nodiscard]] std::uint64_t size() const { return output_.end(); }
 
   private:
-    int Flush() {
-        const int written = file_->WriteAt(size_ - buffer_.size(), buffer_);
-        buffer_.clear();
-        return written;
-    }
-
     std::unique_ptr<core::File> file_;
-    std::string buffer_;
-    std::uint64_t size_ = 0;
+    BlockOutput output_;
 };
 
 /// The first record that is deleted; the number of records where none is.
@@ -71,7 +59,7 @@ class TextRewriting {
         if (done.result == -ENOENT) return {};  // no index, no mails
         if (done.result == 0) done.result = CopyMails(onMail, done.lostMails);
         if (done.result == 0) done.result = FinishNewFiles();
-        if (done.result == 0 && done.lostMails > 0) done.result = KeepOldText(done.keptAs);
+        if (done.result == 0 && done.lostMails > 0) done.result = KeepOldFiles(done.keptAs);
         if (done.result == 0) done.result = files_.workspace->Rename(files_.compactionText, files_.text);
         if (done.result < 0) {
             Discard();
@@ -109,18 +97,22 @@ class TextRewriting {
             int result = newIndex_.Add(head);
             if (result == 0) result = newIndex_.Add("30\r\n");
             if (result == 0) result = newIndex_.Add(record.substr(index_field::kFlags.offset));
-            if (result == 0) result = CopyText(TextOffsetOf(record), lostMails);
+            if (result == 0) result = CopyText(record, lostMails);
             if (result < 0) return result;
             onMail();
         }
     }
 
-    int CopyText(std::optional<std::uint64_t> offset, int& lostMails) {
+    int CopyText(std::string_view record, int& lostMails) {
+        // Without its text the index says where the mails are, should the text come back: it is not to be lost too.
+        if (!oldText_) return -ENODATA;
         std::string_view text;
-        if (offset && oldText_) text = WholeTextRecord(*oldText_, *offset, kBytesBehindTerminator);
-        if (oldText_ && oldText_->error() < 0) return oldText_->error();
-        if (!text.empty()) return newText_.Add(text);
-        ++lostMails;
+        const auto offset = TextOffsetOf(record);
+        if (offset) text = WholeTextRecord(*oldText_, *offset, kBytesBehindTerminator);
+        if (oldText_->error() < 0) return oldText_->error();
+        if (!text.empty() && BearsIdentifierOf(record, IdentifierLineOf(text))) return newText_.Add(text);
+        // A terminator alone is all that an earlier compaction has left of it, and has been told.
+        if (!text.starts_with(kTerminator)) ++lostMails;
         return newText_.Add(kTerminator);
     }
 
@@ -130,17 +122,21 @@ class TextRewriting {
         return result < 0 ? result : files_.workspace->SyncNames(files_.compactionIndex);
     }
 
-    int KeepOldText(std::string& keptAs) {
-        if (!oldText_) return 0;
+    int KeepOldFiles(std::string& keptAs) {
         constexpr int kMostCopies = 999;
         for (int number = 1; number <= kMostCopies; ++number) {
-            keptAs = files_.text + ".bak" + (number == 1 ? std::string() : std::to_string(number));
-            core::EntryKind kind{};
-            const int inspected = files_.workspace->Inspect(keptAs, kind);
-            if (inspected < 0) return inspected;
-            if (kind != core::EntryKind::Missing) continue;
-            const int renamed = files_.workspace->Rename(files_.text, keptAs);
-            return renamed < 0 ? renamed : files_.workspace->SyncNames(files_.text);
+            const std::string ending = ".bak" + (number == 1 ? std::string() : std::to_string(number));
+            keptAs = files_.text + ending;
+            core::EntryKind text{};
+            core::EntryKind index{};
+            int result = files_.workspace->Inspect(keptAs, text);
+            if (result == 0) result = files_.workspace->Inspect(files_.index + ending, index);
+            if (result < 0) return result;
+            if (text != core::EntryKind::Missing || index != core::EntryKind::Missing) continue;
+            // A text without the offsets of its mails is hard to read.
+            result = files_.workspace->Copy(files_.index, files_.index + ending);
+            if (result == 0) result = files_.workspace->Rename(files_.text, keptAs);
+            return result < 0 ? result : files_.workspace->SyncNames(files_.text);
         }
         return -EEXIST;
     }
@@ -163,8 +159,8 @@ class TextRewriting {
     std::unique_ptr<core::File> text_;
     std::optional<TextWindow> oldIndex_;
     std::optional<TextWindow> oldText_;
-    Output newText_;
-    Output newIndex_;
+    NewFile newText_;
+    NewFile newIndex_;
 };
 
 }  // namespace

@@ -14,13 +14,15 @@ namespace postkite::store {
 
 struct TextCompaction {
     int result = 0;
-    int lostMails = 0;   ///< mails without an end within the mail buffer, or that the index leads nowhere for
-    std::string keptAs;  ///< the name under which the old text was kept, because of them
+    int lostMails =
+        0;  ///< mails without an end within the mail buffer, or whose text is not where the index says
+    std::string
+        keptAs;  ///< the name under which the old text was kept, because of them; the old index beside it
 };
 
 /// Rewrites a folder's text without what no record points to, and its index to match, without the deleted
-/// records. A crash leaves both old files or both new ones; what fails leaves the old ones. `onMail` is
-/// called behind each mail. Takes the lock.
+/// records. A crash leaves both old files or both new ones; what fails leaves the old ones. -ENODATA where there are
+/// mails and no text. `onMail` is called behind each mail. Takes the lock.
 [[nodiscard]] TextCompaction RewriteText(const FolderFiles& files, const std::function<void()>& onMail);
 
 }  // namespace postkite::store

@@ -151,7 +151,7 @@ class Conversion {
         if (condition == OlderFolderReader::Condition::Damaged) return 0;
         const int added = writer.Append(record);
         if (added == 0) ++converted_;
-        if (added != -EINVAL) return added;
+        if (added != -EINVAL && added != -EMSGSIZE) return added;
         // It holds what no mail can, so its record leads to something else.
         if (condition == OlderFolderReader::Condition::Whole) ++damaged_;
         return 0;

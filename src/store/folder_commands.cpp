@@ -278,7 +278,7 @@ int Folders::AddFolder(std::string_view parentName, std::string_view name, bool 
     if (parent == nullptr) return -1;
     if (IsNotTaken(name)) return kNameNotTaken;
     const std::string baseName = BaseNameBelow(*parent, name);
-    if (!CanBeFolderName(name) || IsReserved(baseName)) {
+    if (!CanBeFolderName(name) || IsReserved(baseName) || !FitsFileNames(baseName)) {
         ReportRenamingFault(ui(), -EINVAL);
         return -1;
     }
@@ -336,12 +336,16 @@ int Folders::RenameFiles(Folder& folder, std::string_view newName, FolderRenamin
     const std::string newBaseName = BaseNameBelow(*folder.parent, newName);
     int result = renaming.Plan(BaseNameOf(folder), newBaseName);
     const bool taken = result == 0 && renaming.newIndexExists();
-    if (taken && renaming.oldIndexExists()) {
-        if (IsSpecialName(folder.name) && IsSpecialName(newName)) return 0;
-        result = -EEXIST;
+    if (taken) {
+        // Two special folders, or a folder without a list of its own: it takes over the one that is there.
+        const bool takesOver =
+            !renaming.oldIndexExists() || (IsSpecialName(folder.name) && IsSpecialName(newName));
+        if (takesOver) {
+            renaming.LeaveOwnFiles();
+        } else {
+            result = -EEXIST;
+        }
     }
-    // A folder without a list of its own takes over the one that is there.
-    if (taken && !renaming.oldIndexExists()) renaming.LeaveOwnFiles();
     if (result == 0 && renaming.DeletesMails()) result = -EEXIST;
     if (result == 0) result = renaming.Execute();
     if (result < 0) {

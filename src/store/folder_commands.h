@@ -141,11 +141,17 @@ class Folders {
     [[nodiscard]] Step TryMove(std::string_view source, std::string_view target, MailEditing editing,
                                bool agreed);
 
-    [[nodiscard]] int CheckNumbers(FolderReader& reader, std::string_view folder,
-                                   std::span<const int> numbers, std::vector<int>& inListOrder);
+    /// Mails of an open folder that nobody else changes meanwhile, in list order, each once.
+    struct ChosenMails {
+        core::WorkspaceLock lock;
+        FolderReader reader;
+        std::vector<int> numbers;
+    };
+    [[nodiscard]] int OpenChosen(std::string_view folder, std::span<const int> numbers, ChosenMails& chosen);
     [[nodiscard]] int CopyMails(FolderReader& reader, const std::vector<int>& numbers,
                                 std::string_view target, std::vector<int>& copied);
     [[nodiscard]] int DeleteRecords(std::string_view folder, const std::vector<int>& numbers);
+    [[nodiscard]] Action ActionOf(int number);
     [[nodiscard]] int CompactOne(const std::string& name, const std::string& baseName);
 
     Mailbox* mailbox_;

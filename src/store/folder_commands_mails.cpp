@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <cerrno>
+#include <set>
 #include <utility>
 
 #include "core/shift_jis.h"
+#include "store/conversion.h"
 #include "store/folder_commands.h"
 #include "store/index_record.h"
 #include "store/text_record.h"
@@ -25,19 +27,25 @@ constexpr int kCountMails = 1;
 
 }  // namespace
 
-int Folders::CheckNumbers(FolderReader& reader, std::string_view folder, std::span<const int> numbers,
-                          std::vector<int>& inListOrder) {
-    if (numbers.empty()) return 0;
-    const int opened = reader.Open(mailbox_->FilesOf(folder));
+int Folders::OpenChosen(std::string_view folder, std::span<const int> numbers, ChosenMails& chosen) {
+    int opened = workspace().Lock(true, chosen.lock);
+    if (opened == 0) opened = chosen.reader.Open(mailbox_->FilesOf(folder));
     if (opened < 0 && opened != -ENOENT) {
         mailbox_->ReportFault(folder, opened);
         return -1;
     }
-    inListOrder.assign(numbers.begin(), numbers.end());
-    std::sort(inListOrder.begin(), inListOrder.end());
-    inListOrder.erase(std::unique(inListOrder.begin(), inListOrder.end()), inListOrder.end());
-    const int count = opened == 0 ? reader.CountMails() : 0;
-    if (inListOrder.front() >= 0 && inListOrder.back() < count) return 0;
+    chosen.numbers.assign(numbers.begin(), numbers.end());
+    std::sort(chosen.numbers.begin(), chosen.numbers.end());
+    chosen.numbers.erase(std::unique(chosen.numbers.begin(), chosen.numbers.end()), chosen.numbers.end());
+    const bool areThere = std::all_of(chosen.numbers.begin(), chosen.numbers.end(), [&](int number) {
+        const std::string_view record = opened == 0 ? chosen.reader.IndexRecord(number) : std::string_view();
+        return !record.empty() && !IsDeleted(record);
+    });
+    if (areThere) return 0;
+    if (opened == 0 && chosen.reader.error() < 0) {
+        mailbox_->ReportFault(folder, chosen.reader.error());
+        return -1;
+    }
     return Refuse(
         Choose(ui(), "指定された番号のメールはありません。"_sjis, "There is no mail of that number."));
 }
@@ -54,7 +62,7 @@ int Folders::CopyMails(FolderReader& reader, const std::vector<int>& numbers, st
         const int added = mailbox_->AppendTo(*writer, record);
         if (added == 0) copied.push_back(numbers[done]);
         // One that could not be stored again stays where it is.
-        if (added == 0 || added == -EINVAL) continue;
+        if (added == 0 || added == -EINVAL || added == -EMSGSIZE) continue;
         mailbox_->ReportFault(target, added);
         return -1;
     }
@@ -74,45 +82,31 @@ int Folders::DeleteRecords(std::string_view folder, const std::vector<int>& numb
 }
 
 int Folders::MoveMails(std::string_view folder, std::span<const int> recordNumbers, std::string_view target) {
-    core::WorkspaceLock lock;
-    const int locked = workspace().Lock(true, lock);
-    if (locked < 0) {
-        mailbox_->ReportFault(folder, locked);
-        return -1;
-    }
-    FolderReader reader;
-    std::vector<int> numbers;
-    if (CheckNumbers(reader, folder, recordNumbers, numbers) < 0) return -1;
-    // Nobody sees those that were deleted before.
-    std::erase_if(numbers, [&reader](int number) {
-        const std::string_view record = reader.IndexRecord(number);
-        return !record.empty() && IsDeleted(record);
-    });
-    if (numbers.empty()) return 0;
+    if (recordNumbers.empty()) return 0;
+    // Asks, and nobody is kept waiting for the answer.
+    if (ConvertFolder(*mailbox_, target) < 0) return -1;
+    ChosenMails chosen;
+    if (OpenChosen(folder, recordNumbers, chosen) < 0) return -1;
     std::vector<int> copied;
-    int result = CopyMails(reader, numbers, target, copied);
+    int result = CopyMails(chosen.reader, chosen.numbers, target, copied);
     // On the disk over there for good: from here on a failure leaves a mail in both folders, and never in
     // none.
     if (result == 0 && !copied.empty()) result = DeleteRecords(folder, copied);
     ui().SetProgress(0, 0);
-    if (result < 0 || copied.size() == numbers.size()) return result;
-    std::string text = std::to_string(numbers.size() - copied.size());
+    if (result < 0 || copied.size() == chosen.numbers.size()) return result;
+    const std::size_t left = chosen.numbers.size() - copied.size();
+    std::string text = std::to_string(left);
     text += Choose(ui(), " 通のメールは壊れているか長すぎるため、移動しませんでした。"_sjis,
-                   " mails are damaged or too long and were not moved.");
+                   left == 1 ? " mail is damaged or too long and was not moved."
+                             : " mails are damaged or too long and were not moved.");
     return Refuse(text);
 }
 
 int Folders::DeleteMails(std::string_view folder, std::span<const int> recordNumbers) {
-    core::WorkspaceLock lock;
-    const int locked = workspace().Lock(true, lock);
-    if (locked < 0) {
-        mailbox_->ReportFault(folder, locked);
-        return -1;
-    }
-    FolderReader reader;
-    std::vector<int> numbers;
-    if (CheckNumbers(reader, folder, recordNumbers, numbers) < 0) return -1;
-    return numbers.empty() ? 0 : DeleteRecords(folder, numbers);
+    if (recordNumbers.empty()) return 0;
+    ChosenMails chosen;
+    if (OpenChosen(folder, recordNumbers, chosen) < 0) return -1;
+    return DeleteRecords(folder, chosen.numbers);
 }
 
 int Folders::ForEachFolder(const Action& action) {
@@ -129,19 +123,24 @@ int Folders::ForEachFolder(const Action& action) {
     return result;
 }
 
-int Folders::ForEachFolder(int action) {
-    switch (action) {
+Folders::Action Folders::ActionOf(int number) {
+    switch (number) {
         case kCompactText:
-            return ForEachFolder(
-                [this](const auto& name, const auto& baseName) { return CompactOne(name, baseName); });
+            return [this](const auto& name, const auto& baseName) { return CompactOne(name, baseName); };
         case kCountMails:
-            return ForEachFolder([this](const auto&, const auto& baseName) {
-                progressTotal_ += static_cast<std::uint64_t>(mailbox_->CountMails(baseName));
-                return 0;
-            });
+            return [this](const auto&, const auto& baseName) {
+                const int count = mailbox_->CountMails(baseName);
+                progressTotal_ += static_cast<std::uint64_t>(std::max(count, 0));
+                return std::min(count, 0);
+            };
         default:
-            return -1;
+            return nullptr;
     }
+}
+
+int Folders::ForEachFolder(int action) {
+    const Action known = ActionOf(action);
+    return known ? ForEachFolder(known) : -1;
 }
 
 int Folders::CompactOne(const std::string& name, const std::string& baseName) {
@@ -160,11 +159,21 @@ int Folders::CompactOne(const std::string& name, const std::string& baseName) {
 int Folders::CompactAllFolders() {
     progressTotal_ = 0;
     progressPosition_ = 0;
-    // Deleted mails do not count.
-    int result =
-        ForEachFolder([this](const auto&, const auto& baseName) { return mailbox_->CompactIndex(baseName); });
-    if (ForEachFolder(kCountMails) < 0) result = -1;
-    if (ForEachFolder(kCompactText) < 0) result = -1;
+    std::set<std::string> left;
+    int result = ForEachFolder([&](const auto&, const auto& baseName) {
+        // Deleted mails do not count.
+        const bool ready = ConvertFolder(*mailbox_, baseName) == 0 && mailbox_->CompactIndex(baseName) == 0;
+        if (!ready) left.insert(baseName);
+        return ready ? 0 : -1;
+    });
+    const auto forTheOthers = [&](const Action& action) {
+        const int done = ForEachFolder([&](const auto& name, const auto& baseName) {
+            return left.contains(baseName) ? 0 : action(name, baseName);
+        });
+        if (done < 0) result = -1;
+    };
+    forTheOthers(ActionOf(kCountMails));
+    forTheOthers(ActionOf(kCompactText));
     ui().SetProgress(0, 0);
     ui().SetStatusText(" コンパクションを終了しました。"_sjis);
     return result;

@@ -2,7 +2,11 @@
 
 #include <cerrno>
 
+#include "core/shift_jis.h"
 #include "store/index_journal.h"
+#include "store/index_record.h"
+#include "store/older_layouts.h"
+#include "store/text_window.h"
 
 namespace postkite::store {
 
@@ -15,16 +19,60 @@ int Exists(const FolderFiles& files, const std::string& name, bool& exists) {
     return result;
 }
 
-int FinishCompaction(const FolderFiles& files, bool newText, bool newIndex) {
-    core::EntryKind oldText{};
-    core::EntryKind oldIndex{};
-    // In whatever letter case: a text that is overlooked here would be replaced by half a one.
-    int result = files.workspace->Inspect(files.text, oldText);
-    if (result == 0) result = files.workspace->Inspect(files.index, oldIndex);
+/// An older program that was stopped in a compaction may have left no index, and spelled the new files in any letter
+/// case.
+int LookForOlderPrograms(const FolderFiles& files, bool& newText, bool& newIndex) {
+    core::EntryKind index{};
+    int result = files.workspace->Inspect(files.index, index);
+    if (result < 0 || index != core::EntryKind::Missing) return result;
+    core::EntryKind kind{};
+    result = files.workspace->Inspect(files.compactionText, kind);
+    newText = kind != core::EntryKind::Missing;
+    if (result == 0) result = files.workspace->Inspect(files.compactionIndex, kind);
+    newIndex = kind != core::EntryKind::Missing;
+    return result;
+}
+
+int CountLiveRecords(const FolderFiles& files, const std::string& name, std::uint64_t& count) {
+    std::unique_ptr<core::File> file;
+    int result = files.workspace->Open(name, core::OpenMode::Read, file);
+    if (result == 0) result = RequireCurrentLayout(*file);
     if (result < 0) return result;
-    const bool oldIsGone = oldText == core::EntryKind::Missing || oldIndex == core::EntryKind::Missing;
-    if (newText && newIndex && oldIsGone) {
-        // An older program deletes the index, then the text, before it renames: the new ones are whole then.
+    TextWindow index(*file);
+    count = 0;
+    for (std::uint64_t number = 0;; ++number) {
+        const std::string_view record = index.At(number * kIndexRecordBytes, kIndexRecordBytes);
+        if (record.size() < kIndexRecordBytes) return index.error();
+        if (!IsDeleted(record)) ++count;
+    }
+}
+
+/// Whether both new files of a compaction are whole although neither has taken its place: an older program deletes the
+/// index, then the text, before it renames; this one puts the old text out of the way first where mails would be lost
+/// with it, and where it converts an older layout.
+int OldFilesHaveMadeWay(const FolderFiles& files, bool& theyHave) {
+    core::EntryKind text{};
+    core::EntryKind index{};
+    // In whatever letter case: a file that is overlooked here would be replaced by half a one.
+    int result = files.workspace->Inspect(files.text, text);
+    if (result == 0) result = files.workspace->Inspect(files.index, index);
+    if (result < 0) return result;
+    theyHave = index == core::EntryKind::Missing;
+    if (theyHave || text != core::EntryKind::Missing) return 0;
+    // A text that somebody else removed leaves the same names behind.
+    std::uint64_t oldRecords = 0;
+    std::uint64_t newRecords = 0;
+    result = CountLiveRecords(files, files.index, oldRecords);
+    if (result == 0) result = CountLiveRecords(files, files.compactionIndex, newRecords);
+    theyHave = result == -ENOTSUP || oldRecords == newRecords;
+    return result == -ENOTSUP ? 0 : result;
+}
+
+int FinishCompaction(const FolderFiles& files, bool newText, bool newIndex) {
+    bool oldOnesHaveMadeWay = false;
+    int result = newText && newIndex ? OldFilesHaveMadeWay(files, oldOnesHaveMadeWay) : 0;
+    if (result < 0) return result;
+    if (oldOnesHaveMadeWay) {
         result = files.workspace->Rename(files.compactionText, files.text);
         if (result == 0) result = files.workspace->SyncNames(files.text);
         newText = false;
@@ -45,11 +93,21 @@ int FinishCompaction(const FolderFiles& files, bool newText, bool newIndex) {
 }  // namespace
 
 FolderFiles FilesOf(core::Workspace& workspace, std::string_view bankDirectory, std::string_view folder) {
+    constexpr std::string_view kIndexExtension = ".loc";
     std::string base(bankDirectory);
     if (!base.empty()) base += '\\';
     base += folder;
+    // What a crash leaves is looked for in one spelling alone, so that has to be the same for all who open the folder:
+    // the index's.
+    base = workspace.AsOnDisk(base + std::string(kIndexExtension));
+    base.resize(base.size() - kIndexExtension.size());
     return {&workspace,    base + ".loc", base + ".mtx", base + ".PROP",
             base + ".$$i", base + ".$$l", base + ".$$t"};
+}
+
+bool FitsFileNames(std::string_view folder, std::string_view ending) {
+    constexpr std::size_t kLongestFileName = 255;
+    return core::ToUtf8(folder).size() + ending.size() <= kLongestFileName;
 }
 
 int FinishInterruptedChanges(const FolderFiles& files) {
@@ -60,7 +118,7 @@ int FinishInterruptedChanges(const FolderFiles& files) {
         int result = Exists(files, files.journal, journal);
         if (result == 0) result = Exists(files, files.compactionText, newText);
         if (result == 0) result = Exists(files, files.compactionIndex, newIndex);
-        return result;
+        return result == 0 && !newText && !newIndex ? LookForOlderPrograms(files, newText, newIndex) : result;
     };
     int result = look();
     if (result < 0 || (!journal && !newText && !newIndex)) return result;

@@ -23,6 +23,11 @@
 ///   follow.
 namespace postkite::store {
 
+/// Whether the disk takes the names of a folder's files with `ending` as the longest one. A name that a folder is given
+/// leaves room for all that is ever kept beside its files.
+inline constexpr std::string_view kLongestEnding = ".mtx.bak999";
+[[nodiscard]] bool FitsFileNames(std::string_view folder, std::string_view ending = kLongestEnding);
+
 /// The name of the folder that the clipboard uses; its files lie outside the banks.
 inline constexpr std::string_view kClipboardFolder = "$PostkiteClipFile$";
 

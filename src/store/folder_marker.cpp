@@ -16,6 +16,12 @@ namespace {
 /// The first characters of the date field: the date of writing and a blank.
 constexpr std::size_t kWritingDateBytes = 15;
 
+/// Whether a flag decides what is done with the mail: whether it is kept, and whether it goes out. The others
+/// say how the list draws it.
+bool DecidesMailsFate(std::size_t position) {
+    return position == flag::kDeleted || position == flag::kSent || position == flag::kPosition8;
+}
+
 }  // namespace
 
 int FolderMarker::Open(const FolderFiles& files) {
@@ -50,9 +56,7 @@ std::optional<std::size_t> FolderMarker::FlagLineBytes(std::uint64_t textOffset)
     const std::size_t end = read.find('\r');
     if (end == std::string_view::npos || end > index_field::kFlags.width || end + 2 > read.size())
         return std::nullopt;
-    const std::string_view second = read.substr(end + 2);
-    if (!BearsIdentifierOf(record_, second.substr(0, second.find('\r')))) return std::nullopt;
-    return end;
+    return BearsIdentifierOf(record_, IdentifierLineOf(read)) ? std::optional(end) : std::nullopt;
 }
 
 int FolderMarker::SetFlag(int recordNumber, std::size_t position, char character) {
@@ -64,6 +68,7 @@ int FolderMarker::SetFlag(int recordNumber, std::size_t position, char character
     if (!textOffset) return -EINVAL;
     const auto flagBytes = FlagLineBytes(*textOffset);
     if (!flagBytes || position >= *flagBytes) return -EINVAL;
+    if (DecidesMailsFate(position)) mustSync_ = true;
     const std::string_view mark(&character, 1);
     const std::uint64_t start = static_cast<std::uint64_t>(recordNumber) * kIndexRecordBytes;
     const int written = index_->WriteAt(start + index_field::kFlags.offset + position, mark);
@@ -71,9 +76,10 @@ int FolderMarker::SetFlag(int recordNumber, std::size_t position, char character
 }
 
 int FolderMarker::MarkSent(int recordNumber, bool sent, const core::Clock& clock) {
-    int result = SetFlag(recordNumber, flag::kSent, sent ? 'S' : 's');
-    if (result < 0 || !sent) return result;
-    result = SetFlag(recordNumber, flag::kPosition8, 'y');
+    if (!sent) return SetFlag(recordNumber, flag::kSent, 's');
+    // The reservation goes first: a mail that is marked by half does not go out again.
+    int result = SetFlag(recordNumber, flag::kPosition8, 'y');
+    if (result == 0) result = SetFlag(recordNumber, flag::kSent, 'S');
     if (result < 0) return result;
     return StampSendingDate(recordNumber, *TextOffsetOf(record_), clock);
 }
@@ -107,6 +113,7 @@ int FolderMarker::MarkDeleted(int recordNumber) {
     if (IsDeleted(record)) return -EINVAL;
     const auto textOffset = TextOffsetOf(record);
     const std::uint64_t start = static_cast<std::uint64_t>(recordNumber) * kIndexRecordBytes;
+    mustSync_ = true;
     int result = index_->WriteAt(start + index_field::kFlags.offset + flag::kDeleted, "x");
     if (result == 0 && textOffset) {
         const auto flagBytes = FlagLineBytes(*textOffset);
@@ -117,6 +124,7 @@ int FolderMarker::MarkDeleted(int recordNumber) {
 }
 
 int FolderMarker::Commit() {
+    if (!mustSync_) return 0;
     const int synced = text_ == nullptr ? 0 : text_->Sync();
     return synced < 0 ? synced : index_->Sync();
 }

@@ -12,8 +12,9 @@
 namespace postkite::store {
 
 /// A folder open for any number of mails to be marked. Marks are written in place, single bytes in index and
-/// text, and are on the disk for good when `Commit` returns 0. Holds the working directory's lock while it
-/// lives.
+/// text. When `Commit` returns 0, those that decide whether a mail is kept or sent are on the disk for good;
+/// a power cut may take the others, such as "read", back: a thousand of them would cost a thousand pages
+/// written twice. Holds the working directory's lock while it lives.
 class FolderMarker {
   public:
     /// Returns 0; -ENOENT where there is no index; another negated errno value.
@@ -44,6 +45,7 @@ class FolderMarker {
     std::unique_ptr<core::File> index_;
     std::unique_ptr<core::File> text_;
     std::string record_;
+    bool mustSync_ = false;
 };
 
 }  // namespace postkite::store

@@ -10,6 +10,8 @@
 
 namespace postkite::store {
 
+using namespace core::literals;
+
 namespace {
 
 constexpr std::string_view kCurrentMagic = "PKV238 SETTING FILE";

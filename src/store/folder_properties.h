@@ -10,8 +10,6 @@
 
 namespace postkite::store {
 
-using namespace core::literals;
-
 /// What the ".PROP" file beside a folder's mails holds. Texts are code page 932.
 struct FolderProperties {
     std::string sound;           ///< name of a WAVE file
@@ -23,8 +21,11 @@ struct FolderProperties {
 /// characters.
 inline constexpr std::size_t kLongestPropertyBytes = 1024;
 
-inline constexpr std::string_view kDefaultReplyTemplate =
-    "%n さんの\r\n題名：%S\r\nに対する返信メールです。\r\n"_sjis;
+inline constexpr std::string_view kDefaultReplyTemplate = []() consteval {
+    using namespace core::literals;
+    return "%n さんの\r\n題名：%S\r\nに対する返信メールです。\r\n"_sjis;
+}
+();
 
 /// Whether a file can hold them: none is too long, no zero byte is among them, and sound and address are one
 /// line each.

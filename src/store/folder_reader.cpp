@@ -28,25 +28,43 @@ void FillFromIndex(std::string_view index, MailRecord& record) {
 }  // namespace
 
 int FolderReader::Open(const FolderFiles& files) {
-    const int finished = FinishInterruptedChanges(files);
+    files_ = files;
+    openedTogether_ = false;
+    return OpenFiles();
+}
+
+int FolderReader::OpenFiles() {
+    const int finished = FinishInterruptedChanges(files_);
     if (finished < 0) return finished;
-    const int opened = files.workspace->Open(files.index, core::OpenMode::Read, index_);
-    if (opened < 0) return opened;
-    const int current = RequireCurrentLayout(*index_);
-    if (current < 0) return current;
+    std::unique_ptr<core::File> index;
+    int result = files_.workspace->Open(files_.index, core::OpenMode::Read, index);
+    if (result == 0) result = RequireCurrentLayout(*index);
+    if (result < 0) return result;
+    index_ = std::move(index);
+    indexBytes_ = index_->Size();
     indexWindow_.emplace(*index_);
-    const int textOpened = files.workspace->Open(files.text, core::OpenMode::Read, text_);
-    if (textOpened == 0) {
-        textWindow_.emplace(*text_);
-    } else {
-        textWindow_.reset();
-    }
+    textWindow_.reset();
+    textIsOpen_ = false;
+    textError_ = 0;
     return 0;
+}
+
+void FolderReader::OpenText() {
+    if (textIsOpen_) return;
+    textIsOpen_ = true;
+    const int opened = files_.workspace->Open(files_.text, core::OpenMode::Read, text_);
+    if (opened == 0) textWindow_.emplace(*text_);
+    if (opened != -ENOENT) textError_ = opened;
+}
+
+int FolderReader::error() const {
+    if (indexWindow_ && indexWindow_->error() < 0) return indexWindow_->error();
+    return textWindow_ ? textWindow_->error() : textError_;
 }
 
 int FolderReader::CountMails() {
     const std::int64_t size = index_->Size();
-    if (size < 0) return 0;
+    if (size < 0) return static_cast<int>(size);
     const std::int64_t count = size / static_cast<std::int64_t>(kIndexRecordBytes);
     return static_cast<int>(std::min<std::int64_t>(count, std::numeric_limits<int>::max()));
 }
@@ -66,11 +84,23 @@ int FolderReader::ReadListEntry(int recordNumber, MailListEntry& entry) {
 }
 
 FolderReader::Condition FolderReader::ReadMail(int recordNumber, std::size_t bodyLimit, MailRecord& record) {
+    const Condition condition = TryToReadMail(recordNumber, bodyLimit, record);
+    if (condition != Condition::Damaged || openedTogether_) return condition;
+    core::WorkspaceLock lock;
+    openedTogether_ = true;
+    if (files_.workspace->Lock(true, lock) < 0 || OpenFiles() < 0) return condition;
+    OpenText();
+    return TryToReadMail(recordNumber, bodyLimit, record);
+}
+
+FolderReader::Condition FolderReader::TryToReadMail(int recordNumber, std::size_t bodyLimit,
+                                                    MailRecord& record) {
     const std::string_view index = IndexRecord(recordNumber);
     if (index.empty()) {
         record = MailRecord();
         return Condition::Damaged;
     }
+    OpenText();
     const std::optional<std::uint64_t> offset = TextOffsetOf(index);
     if (offset && textWindow_) {
         switch (ReadTextRecord(*textWindow_, *offset, bodyLimit, record)) {
@@ -86,6 +116,10 @@ FolderReader::Condition FolderReader::ReadMail(int recordNumber, std::size_t bod
     }
     FillFromIndex(index, record);
     return Condition::Damaged;
+}
+
+bool FolderReader::HasShrunk() {
+    return index_->Size() < indexBytes_;
 }
 
 int FolderReader::FindMail(std::string_view localId) {

@@ -20,10 +20,10 @@ class FolderReader {
   public:
     /// Finishes what a crash interrupted, then opens the folder. Returns 0; -ENOENT where there is no index;
     /// another negated errno value. A missing text is no failure: only the mails are damaged then, not the
-    /// list.
+    /// list, and it is not even looked for before a mail is read.
     [[nodiscard]] int Open(const FolderFiles& files);
 
-    /// The records of the index; a torn last one does not count.
+    /// The records of the index; a torn last one does not count. Or a negated errno value.
     [[nodiscard]] int CountMails();
 
     /// The 900 bytes of a record, valid until the next call; empty where there is none or it cannot be read.
@@ -38,17 +38,32 @@ class FolderReader {
         Damaged,  ///< the record is deleted or leads nowhere; the mail's fields are empty but for those of
                   ///< the index
     };
+    /// Before a mail is called damaged for the first time, the files are opened anew: a compaction may have come between
+    /// the opening of the one and the other.
     [[nodiscard]] Condition ReadMail(int recordNumber, std::size_t bodyLimit, MailRecord& record);
 
-    /// 0, or the negated errno value of a read of the index that failed: what looked like the end of the list may not be.
-    [[nodiscard]] int error() const { return indexWindow_ ? indexWindow_->error() : 0; }
+    /// 0, or the negated errno value of a read that failed: what looked like the end of the list, or like damage, may
+    /// not be.
+    [[nodiscard]] int error() const;
+
+    /// Whether records were taken out since the folder was opened: rows that were read may have been read twice.
+    [[nodiscard]] bool HasShrunk();
 
     /// The first record that bears the identifier, trailing blanks aside; -1 when none does.
     [[nodiscard]] int FindMail(std::string_view localId);
 
   private:
+    [[nodiscard]] int OpenFiles();
+    void OpenText();
+    [[nodiscard]] Condition TryToReadMail(int recordNumber, std::size_t bodyLimit, MailRecord& record);
+
+    FolderFiles files_{};
+    bool openedTogether_ = false;  ///< index and text were opened while nobody could replace either
     std::unique_ptr<core::File> index_;
+    std::int64_t indexBytes_ = 0;  ///< when it was opened
     std::unique_ptr<core::File> text_;
+    bool textIsOpen_ = false;  ///< or cannot be
+    int textError_ = 0;
     std::optional<TextWindow> indexWindow_;
     std::optional<TextWindow> textWindow_;
 };

@@ -56,7 +56,7 @@ bool IsAtOrBelow(std::string_view baseName, std::string_view folder) {
 }
 
 bool CanBeFileName(std::string_view baseName) {
-    return !baseName.empty() && !EqualIgnoringCase(baseName, kClipboardFolder) &&
+    return !baseName.empty() && FitsFileNames(baseName) && !EqualIgnoringCase(baseName, kClipboardFolder) &&
            core::Workspace::IsSafeComponent(std::string(baseName) + std::string(kIndexExtension));
 }
 
@@ -320,7 +320,7 @@ int RenameFolderFiles(core::Workspace& workspace, std::string_view bankDirectory
     int result = workspace.Lock(true, lock);
     if (result == 0) result = renaming.Plan(oldName, newName);
     if (result == 0 && renaming.newIndexExists() && IsSpecialName(oldName) && IsSpecialName(newName))
-        return 0;
+        renaming.LeaveOwnFiles();
     if (result == 0 && renaming.DeletesMails()) result = -EEXIST;
     if (result == 0) result = renaming.Execute();
     if (result == 0) {

@@ -192,7 +192,7 @@ bool FolderTree::Read(std::string_view bytes) {
         // nothing new.
         const bool isRoot = line->depth == 0 && EqualIgnoringCase(line->name, kDesktop);
         if (first && !isRoot) understood = false;
-        if (isRoot) continue;
+        if (isRoot || (first && line->depth == 0)) continue;
         const int depth = std::max(line->depth, 1);
         while (above.back().first >= depth)
             above.pop_back();

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <span>
+#include <utility>
 
+#include "core/shift_jis.h"
 #include "store/index_journal.h"
 #include "store/index_record.h"
 #include "store/older_layouts.h"
@@ -11,10 +14,12 @@
 
 namespace postkite::store {
 
+using namespace core::literals;
+
 namespace {
 
-/// How much is gathered before it is written.
-constexpr std::size_t kBufferBytes = 1024 * 1024;
+/// How much of the index is gathered before it is written.
+constexpr std::size_t kIndexBufferBytes = 1024 * 1024;
 
 using Member = std::string MailRecord::*;
 constexpr std::array<Member, 16> kHeaderFields = {
@@ -59,10 +64,30 @@ int FolderWriter::Open(const FolderFiles& files) {
     const std::int64_t indexSize = index_->Size();
     if (textSize < 0) return static_cast<int>(textSize);
     if (indexSize < 0) return static_cast<int>(indexSize);
-    oldTextBytes_ = textBytes_ = static_cast<std::uint64_t>(textSize);
+    oldTextBytes_ = static_cast<std::uint64_t>(textSize);
+    textOutput_ = BlockOutput(*text_, oldTextBytes_);
     // A torn last record is written over by the next one.
     const auto whole = static_cast<std::uint64_t>(indexSize) / kIndexRecordBytes * kIndexRecordBytes;
     oldIndexBytes_ = indexBytes_ = whole;
+    return LookForTornText();
+}
+
+/// A crash can have torn the last text. It is closed, so that it does not go on with the mail that is appended, and says
+/// so where somebody reads it.
+int FolderWriter::LookForTornText() {
+    tornTextEnd_.clear();
+    std::array<char, kTerminator.size() + kBytesBehindTerminator> tail{};
+    if (oldTextBytes_ == 0) return 0;
+    const std::size_t wanted = std::min<std::uint64_t>(tail.size(), oldTextBytes_);
+    const std::int64_t count = text_->ReadAt(oldTextBytes_ - wanted, std::span(tail).first(wanted));
+    if (count < 0) return static_cast<int>(count);
+    const std::string_view read(tail.data(), static_cast<std::size_t>(count));
+    if (read.find(kTerminator) != std::string_view::npos) return 0;
+    // Whichever line it was torn in, the header has all of its lines then.
+    for (int line = 0; line < kMostHeaderLines; ++line)
+        tornTextEnd_ += "\r\n";
+    tornTextEnd_ += "（ここから先は失われました）\r\n"_sjis;
+    tornTextEnd_ += kTerminator;
     return 0;
 }
 
@@ -72,14 +97,16 @@ int FolderWriter::nextRecordNumber() const {
 
 int FolderWriter::AddText(MailRecord& record, std::string& indexRecord) {
     PrepareForStorage(record);
-    const std::uint64_t offset = textBytes_;
-    const std::size_t before = textBuffer_.size();
-    FormatTextRecord(record, textBuffer_);
-    textBytes_ += textBuffer_.size() - before;
-    changed_ = true;
+    textRecord_.clear();
+    FormatTextRecord(record, textRecord_);
+    if (textRecord_.size() > kLongestTextRecordBytes) return -EMSGSIZE;
+    const int closed = textOutput_.Add(std::exchange(tornTextEnd_, {}));
+    if (closed < 0) return closed;
+    const std::uint64_t offset = textOutput_.end();
     CutIndexFields(record);
     indexRecord = FormatIndexRecord(offset, record);
-    return textBuffer_.size() < kBufferBytes ? 0 : FlushText();
+    changed_ = true;
+    return textOutput_.Add(textRecord_);
 }
 
 int FolderWriter::Append(MailRecord& record) {
@@ -91,12 +118,13 @@ int FolderWriter::Append(MailRecord& record) {
     record.localId = identifiers_->MakeMailKey();
     std::string indexRecord;
     const int added = AddText(record, indexRecord);
+    if (added == -EMSGSIZE) return added;
     if (added < 0) return Fail(added);
     indexBuffer_ += indexRecord;
     indexBytes_ += kIndexRecordBytes;
     // The records of very many mails do not wait in memory for the commit: they may follow their texts before
     // it.
-    const int flushed = indexBuffer_.size() < kBufferBytes ? 0 : FlushBoth();
+    const int flushed = indexBuffer_.size() < kIndexBufferBytes ? 0 : FlushBoth();
     return flushed < 0 ? Fail(flushed) : 0;
 }
 
@@ -107,19 +135,14 @@ int FolderWriter::Overwrite(int recordNumber, MailRecord& record) {
     record.localId = identifiers_->MakeMailKey();
     std::string indexRecord;
     const int added = AddText(record, indexRecord);
+    if (added == -EMSGSIZE) return added;
     if (added < 0) return Fail(added);
     overwriting_ = {recordNumber, std::move(indexRecord)};
     return 0;
 }
 
-int FolderWriter::FlushText() {
-    const int written = text_->WriteAt(textBytes_ - textBuffer_.size(), textBuffer_);
-    textBuffer_.clear();
-    return written;
-}
-
 int FolderWriter::FlushBoth() {
-    int result = FlushText();
+    int result = textOutput_.Flush();
     if (result == 0) result = text_->Sync();
     if (result == 0) result = index_->WriteAt(indexBytes_ - indexBuffer_.size(), indexBuffer_);
     indexBuffer_.clear();
@@ -147,7 +170,7 @@ int FolderWriter::Commit() {
     if (result == 0) result = files_.workspace->SyncNames(files_.index);
     if (result == 0) result = PutOverwriting();
     if (result < 0) return Fail(result);
-    oldTextBytes_ = textBytes_;
+    oldTextBytes_ = textOutput_.end();
     oldIndexBytes_ = indexBytes_;
     changed_ = false;
     return 0;
@@ -164,7 +187,7 @@ void FolderWriter::TakeBack() {
     // its text is a damaged mail and nothing else.
     if (index_->Truncate(oldIndexBytes_) == 0) static_cast<void>(index_->Sync());
     if (text_->Truncate(oldTextBytes_) == 0) static_cast<void>(text_->Sync());
-    textBuffer_.clear();
+    textOutput_ = BlockOutput();
     indexBuffer_.clear();
     overwriting_.reset();
     changed_ = false;

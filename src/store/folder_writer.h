@@ -7,6 +7,7 @@
 
 #include "core/time_stamp.h"
 #include "core/workspace.h"
+#include "store/block_output.h"
 #include "store/folder_files.h"
 #include "store/mail_record.h"
 
@@ -30,8 +31,8 @@ class FolderWriter {
 
     /// Adds a mail at the end of the list. `record` is changed as it is stored: a new localId, flag 14 set,
     /// the spares cleared, index fields cut. -EINVAL for a record that would break the files: a header field
-    /// with CR or a zero byte, a body that holds the terminator, flags of more than 50 bytes; nothing has
-    /// changed then.
+    /// with CR or a zero byte, a body that holds the terminator, flags of more than 50 bytes; -EMSGSIZE for one that
+    /// compaction could not read back. Nothing has changed in the folder then.
     [[nodiscard]] int Append(MailRecord& record);
 
     /// The same in the place of record `recordNumber`, which must exist. One a commit.
@@ -49,7 +50,7 @@ class FolderWriter {
     };
 
     [[nodiscard]] int AddText(MailRecord& record, std::string& indexRecord);
-    [[nodiscard]] int FlushText();
+    [[nodiscard]] int LookForTornText();
     [[nodiscard]] int FlushBoth();
     [[nodiscard]] int PutOverwriting();
     int Fail(int result);
@@ -62,9 +63,10 @@ class FolderWriter {
     std::unique_ptr<core::File> text_;
     std::uint64_t oldTextBytes_ = 0;
     std::uint64_t oldIndexBytes_ = 0;
-    std::uint64_t textBytes_ = 0;   ///< written and gathered
-    std::uint64_t indexBytes_ = 0;  ///< likewise
-    std::string textBuffer_;
+    std::uint64_t indexBytes_ = 0;  ///< written and gathered
+    BlockOutput textOutput_;
+    std::string textRecord_;
+    std::string tornTextEnd_;  ///< what the first mail has to put behind a torn one
     std::string indexBuffer_;
     std::optional<Overwriting> overwriting_;
     int failure_ = 0;

@@ -56,6 +56,7 @@ std::optional<std::uint64_t> TextOffsetOf(std::string_view record) {
     const std::string_view digits = FieldOf(record, index_field::kTextOffset);
     std::uint64_t offset = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), offset);
+    if (offset >= kFarthestText) return std::nullopt;
     if (error != std::errc() || (end != digits.data() + digits.size() && *end != ' ')) return std::nullopt;
     return offset;
 }

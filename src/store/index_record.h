@@ -51,6 +51,9 @@ void CutIndexFields(MailRecord& record);
 /// Whether the record was marked deleted. `record` is 900 bytes, here and below.
 [[nodiscard]] bool IsDeleted(std::string_view record);
 
+/// No text reaches farther, and the system takes no such offset.
+inline constexpr std::uint64_t kFarthestText = std::uint64_t{1} << 62;
+
 /// Where the record's mail begins in the text file. Nothing for a deleted record and for one that holds no
 /// number.
 [[nodiscard]] std::optional<std::uint64_t> TextOffsetOf(std::string_view record);

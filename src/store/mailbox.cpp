@@ -8,6 +8,7 @@
 
 #include "core/error_log.h"
 #include "core/error_text.h"
+#include "core/letter_case.h"
 #include "core/shift_jis.h"
 #include "store/compaction.h"
 #include "store/folder_renaming.h"
@@ -47,13 +48,13 @@ Mailbox::Mailbox(core::Workspace& workspace, core::Workspace& programState, core
 }
 
 FolderFiles Mailbox::FilesOf(std::string_view folder) const {
-    if (folder == kClipboardFolder) return store::FilesOf(*programState_, {}, folder);
+    if (core::EqualIgnoringCase(folder, kClipboardFolder)) return store::FilesOf(*programState_, {}, folder);
     return store::FilesOf(*workspace_, bankDirectory_, folder);
 }
 
 bool Mailbox::IsUsableName(std::string_view folder) {
     return core::Workspace::IsSafeComponent(folder) &&
-           core::Workspace::IsSafeComponent(std::string(folder) + ".loc");
+           core::Workspace::IsSafeComponent(std::string(folder) + ".loc") && FitsFileNames(folder, ".PROP");
 }
 
 void Mailbox::ReportFault(std::string_view folder, int error) {
@@ -132,10 +133,13 @@ int Mailbox::ReplaceMail(std::string_view folder, int, MailRecord& record) {
     }
     if (found == -1) return 0;
     const auto oldText = TextOffsetOf(reader.IndexRecord(found));
+    MailRecord old;
+    const bool oldTextIsThere = reader.ReadMail(found, 0, old) != FolderReader::Condition::Damaged;
     if (AppendMail(folder, record, found) < 0) return -1;
     // The old text is marked last: until then it is the mail, and what happens to the mark now does not matter.
     std::unique_ptr<core::File> text;
-    if (oldText && files.workspace->Open(files.text, core::OpenMode::ReadWrite, text) == 0) {
+    if (oldTextIsThere && old.flags.size() > flag::kDeleted && !serverListMode_ &&
+        files.workspace->Open(files.text, core::OpenMode::ReadWrite, text) == 0) {
         static_cast<void>(text->WriteAt(*oldText + flag::kDeleted, "x"));
     }
     return 0;
@@ -155,18 +159,28 @@ int Mailbox::ReadListEntry(std::string_view folder, int recordNumber, MailListEn
 
 int Mailbox::FindMail(std::string_view folder, std::string_view localId) {
     FolderReader reader;
-    return OpenForReading(reader, folder) ? reader.FindMail(localId) : -1;
+    if (!OpenForReading(reader, folder)) return -1;
+    const int found = reader.FindMail(localId);
+    if (found == -1 && reader.error() < 0) ReportFault(folder, reader.error());
+    return found;
 }
 
 int Mailbox::FindAndDeleteMail(std::string_view folder, std::string_view localId) {
-    const int found = FindMail(folder, localId);
+    core::WorkspaceLock lock;
+    const int locked = workspace_->Lock(true, lock);
+    if (locked < 0) ReportFault(folder, locked);
+    const int found = locked < 0 ? -1 : FindMail(folder, localId);
     if (found == -1) return -1;
     return MarkDeleted(folder, found) == 0 ? found : -1;
 }
 
 int Mailbox::CountMails(std::string_view folder) {
     FolderReader reader;
-    return OpenForReading(reader, folder) ? reader.CountMails() : 0;
+    int count = reader.Open(FilesOf(folder));
+    if (count == 0) count = reader.CountMails();
+    if (count >= 0 || count == -ENOENT) return std::max(count, 0);
+    ReportFault(folder, count);
+    return -1;
 }
 
 int Mailbox::MarkMany(std::string_view folder, const std::function<int(FolderMarker&)>& mark) {
@@ -235,12 +249,13 @@ int Mailbox::CompactText(std::string_view folder, const std::function<void()>& o
 void Mailbox::ReportLostTexts(std::string_view folder, const TextCompaction& done) {
     const bool japanese = ui_->language() == core::Language::Japanese;
     std::string text(folder);
-    text += japanese ? " の "_sjis : ": the texts of "_sjis;
+    text += japanese ? " の "_sjis : ": the text of "_sjis;
     text += std::to_string(done.lostMails);
-    text += japanese ? " 通のメールは本文の終わりが見つからないため失われました。"_sjis
-                     : " mails have no end and are gone."_sjis;
+    text += japanese ? " 通のメールは本文が見つからないため失われました。"_sjis
+                     : (done.lostMails == 1 ? " mail was not found and is gone."_sjis
+                                            : " mails were not found and are gone."_sjis);
     if (!done.keptAs.empty()) {
-        text += japanese ? "元のファイルを "_sjis : " The old file is kept as "_sjis;
+        text += japanese ? "元のファイルを "_sjis : " The old files are kept, the text as "_sjis;
         text += done.keptAs;
         text += japanese ? " として残しました。"_sjis : "."_sjis;
     }

@@ -78,7 +78,7 @@ class Mailbox {
     /// The same, marked deleted.
     [[nodiscard]] int FindAndDeleteMail(std::string_view folder, std::string_view localId);
 
-    /// 0 for a folder without an index.
+    /// 0 for a folder without an index; -1 when it cannot be read.
     [[nodiscard]] int CountMails(std::string_view folder);
 
     [[nodiscard]] int SetFlag(std::string_view folder, int recordNumber, std::size_t position,

@@ -24,13 +24,6 @@ constexpr Member kHeaderLinesV1[] = {
     &MailRecord::localId, &MailRecord::extraAddress, &MailRecord::sourceId,
 };
 
-constexpr Member kHeaderLinesV2[] = {
-    &MailRecord::flags,     &MailRecord::localId,      &MailRecord::address,  &MailRecord::name,
-    &MailRecord::date,      &MailRecord::subject,      &MailRecord::attach,   &MailRecord::cc,
-    &MailRecord::bcc,       &MailRecord::extraAddress, &MailRecord::sizeText, &MailRecord::sourceId,
-    &MailRecord::messageId, &MailRecord::spare1,       &MailRecord::spare2,   &MailRecord::spare3,
-};
-
 /// Where a V1.xx mail says that it has a size text, and how much of it is kept.
 constexpr std::size_t kSizeTextMark = 3;
 constexpr std::size_t kSizeTextBytesV1 = 50;
@@ -112,41 +105,9 @@ int ReadStart(core::File& file, std::size_t count, std::string& bytes) {
     return read < 0 ? static_cast<int>(read) : 0;
 }
 
-/// Reads one line into `value`. False when the text ends before the line does.
-bool ReadLine(TextWindow& text, std::uint64_t& offset, std::string& value) {
-    constexpr std::size_t kFirstPieceBytes = 1024;
-    for (std::size_t length = kFirstPieceBytes;; length *= 2) {
-        const std::string_view piece = text.At(offset, length);
-        const std::size_t end = piece.find('\r');
-        if (end != std::string_view::npos) {
-            value = piece.substr(0, end);
-            offset += end + 2;
-            return true;
-        }
-        if (piece.size() < length || length >= MAIL_BODY_MAX) return false;
-    }
-}
-
 bool ReadLines(TextWindow& text, std::uint64_t& offset, std::span<const Member> members, MailRecord& record) {
     return std::all_of(members.begin(), members.end(),
-                       [&](Member member) { return ReadLine(text, offset, record.*member); });
-}
-
-/// Reads up to `end`. False when that is not there within the limit: the body is then what there is.
-bool ReadBody(TextWindow& text, std::uint64_t offset, std::string_view end, std::string& body) {
-    // Most mails are short: look for the end in pieces that grow, from where the last piece could have missed
-    // it.
-    constexpr std::size_t kFirstPieceBytes = 4096;
-    std::size_t searched = 0;
-    for (std::size_t length = kFirstPieceBytes;; length = std::min(length * 2, kBodyLimit)) {
-        const std::string_view piece = text.At(offset, length);
-        const std::size_t found = piece.find(end, searched);
-        if (found != std::string_view::npos || piece.size() < length || length == kBodyLimit) {
-            body = piece.substr(0, found);
-            return found != std::string_view::npos;
-        }
-        searched = piece.size() - (end.size() - 1);
-    }
+                       [&](Member member) { return ReadHeaderField(text, offset, record.*member); });
 }
 
 bool ReadBodyV1(TextWindow& text, std::uint64_t offset, std::string& body) {
@@ -154,7 +115,7 @@ bool ReadBodyV1(TextWindow& text, std::uint64_t offset, std::string& body) {
     const std::string_view endOfNothing = kBodyEndV1.substr(2);
     body.clear();
     if (text.At(offset, endOfNothing.size()) == endOfNothing) return true;
-    if (!ReadBody(text, offset, kBodyEndV1, body)) return false;
+    if (!text.ReadUpTo(offset, kBodyEndV1, kBodyLimit, body)) return false;
     body += kBodyEndV1.substr(0, 2);
     return true;
 }
@@ -164,7 +125,7 @@ std::optional<std::uint64_t> OffsetOf(std::string_view record) {
     std::uint64_t offset = 0;
     const std::string_view digits = record.substr(0, kOffsetBytes);
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), offset);
-    return error == std::errc() ? std::optional(offset) : std::nullopt;
+    return error == std::errc() && offset < kFarthestText ? std::optional(offset) : std::nullopt;
 }
 
 int ReadOneMail(const FolderFiles& files, FolderLayout layout, int recordNumber, MailRecord& record) {
@@ -186,6 +147,10 @@ int DetectLayout(core::File& index, FolderLayout& layout) {
 
     constexpr std::size_t kRecordsLookedAt = 64;
     result = ReadStart(index, kRecordsLookedAt * kIndexRecordBytesV2, start);
+    // A damaged first record is no reason to take the others for what they are not.
+    for (std::size_t at = 0; at + kIndexRecordBytes <= start.size(); at += kIndexRecordBytes) {
+        if (BeginsLikeCurrent(std::string_view(start).substr(at, kIndexRecordBytes))) return result;
+    }
     const std::size_t plausibleV2 = CountPlausibleRecords(start, kIndexRecordBytesV2);
     const std::size_t plausibleV1 =
         CountPlausibleRecords(start.substr(0, kRecordsLookedAt * kIndexRecordBytesV1), kIndexRecordBytesV1);
@@ -250,15 +215,18 @@ int OlderFolderReader::ReadMail(int recordNumber, MailRecord& record, Condition&
 OlderFolderReader::Condition OlderFolderReader::ReadText(std::uint64_t offset, MailRecord& record) {
     TextWindow& text = *textWindow_;
     if (layout_ == FolderLayout::V2) {
-        if (!ReadLines(text, offset, kHeaderLinesV2, record)) return Condition::Damaged;
-        // What compaction leaves of a mail whose text was lost is a terminator alone; the lines behind it are
-        // another mail's.
-        if (record.flags == kTerminator.substr(0, 2)) return Condition::Damaged;
-        return ReadBody(text, offset, kTerminator, record.body) ? Condition::Whole : Condition::Cut;
+        switch (ReadTextRecord(text, offset, kBodyLimit, record, HeaderLines::Sixteen)) {
+            case TextRecordFault::None:
+                return Condition::Whole;
+            case TextRecordFault::Unended:
+                return Condition::Cut;
+            case TextRecordFault::Nowhere:
+                return Condition::Damaged;
+        }
     }
     if (!ReadLines(text, offset, kHeaderLinesV1, record)) return Condition::Damaged;
     if (record.sourceId.size() > kSizeTextMark && record.sourceId[kSizeTextMark] == 'C') {
-        if (!ReadLine(text, offset, record.sizeText)) return Condition::Damaged;
+        if (!ReadHeaderField(text, offset, record.sizeText)) return Condition::Damaged;
         record.sizeText.resize(core::CutToBytes(record.sizeText, kSizeTextBytesV1).size());
     }
     record.sourceId.clear();

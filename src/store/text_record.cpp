@@ -20,18 +20,19 @@ bool EndsLikeTerminator(std::string_view text) {
     return text.ends_with(kTerminator.substr(0, 2));
 }
 
-/// Reads one line into `value`. False when the text ends before the line does.
-bool ReadHeaderLine(TextWindow& text, std::uint64_t& offset, std::string& value) {
-    for (std::size_t length = 1024;; length *= 2) {
-        const std::string_view piece = text.At(offset, length);
-        const std::size_t end = piece.find('\r');
-        if (end != std::string_view::npos) {
-            value = piece.substr(0, end);
-            offset += end + 2;
-            return true;
-        }
-        if (piece.size() < length || length >= MAIL_BODY_MAX) return false;
+bool HasLine17(std::string_view flags) {
+    return flags.size() > flag::kLine17 && flags[flag::kLine17] == 'Y';
+}
+
+/// Moves `offset` behind the header lines. False when the text ends before they do.
+bool SkipHeader(TextWindow& text, std::uint64_t& offset) {
+    std::string line;
+    bool hasLine17 = false;
+    for (std::size_t number = 0; number < std::size(kHeaderLines); ++number) {
+        if (!text.ReadLine(offset, line)) return false;
+        if (number == 0) hasLine17 = HasLine17(line);
     }
+    return !hasLine17 || text.ReadLine(offset, line);
 }
 
 }  // namespace
@@ -59,21 +60,19 @@ void FormatTextRecord(const MailRecord& record, std::string& output) {
     output += kTerminator;
 }
 
+bool ReadHeaderField(TextWindow& text, std::uint64_t& offset, std::string& field) {
+    if (!text.ReadLine(offset, field)) return false;
+    field.resize(std::min(field.find('\0'), field.size()));
+    return true;
+}
+
 std::string_view WholeTextRecord(TextWindow& text, std::uint64_t offset, std::size_t bytesBehind) {
-    // Old files can hold header lines that end in the terminator's first bytes; such a line closes no mail. A terminator
-    // in the first place does: it is all that is left of a mail whose text was lost.
+    // Old files can hold header lines that end in the terminator's first bytes; such a line closes no mail. A
+    // terminator in the first place does: it is all that is left of a mail whose text was lost.
     std::uint64_t body = offset;
-    if (text.At(offset, kTerminator.size()) != kTerminator) {
-        std::string line;
-        for (std::size_t number = 0; number < std::size(kHeaderLines); ++number) {
-            if (!ReadHeaderLine(text, body, line)) {
-                body = offset;
-                break;
-            }
-        }
-    }
+    if (text.At(offset, kTerminator.size()) != kTerminator && !SkipHeader(text, body)) body = offset;
     constexpr std::size_t kFirstPieceBytes = 8192;
-    constexpr std::size_t kSearchBytes = MAIL_BODY_MAX - 1;
+    constexpr std::size_t kSearchBytes = kLongestTextRecordBytes;
     std::size_t searched = static_cast<std::size_t>(body - offset);
     for (std::size_t length = std::max(kFirstPieceBytes, std::min(searched * 2, kSearchBytes));;
          length = std::min(length * 2, kSearchBytes)) {
@@ -85,34 +84,28 @@ std::string_view WholeTextRecord(TextWindow& text, std::uint64_t offset, std::si
     }
 }
 
+std::string_view IdentifierLineOf(std::string_view textRecord) {
+    const std::size_t flagsEnd = textRecord.find('\r');
+    if (flagsEnd == std::string_view::npos || flagsEnd + 2 > textRecord.size()) return {};
+    const std::string_view second = textRecord.substr(flagsEnd + 2);
+    return second.substr(0, second.find('\r'));
+}
+
 TextRecordFault ReadTextRecord(TextWindow& text, std::uint64_t offset, std::size_t bodyLimit,
-                               MailRecord& record) {
+                               MailRecord& record, HeaderLines lines) {
     for (const Member member : kHeaderLines) {
-        if (!ReadHeaderLine(text, offset, record.*member)) return TextRecordFault::Nowhere;
+        std::string& value = record.*member;
+        if (!ReadHeaderField(text, offset, value)) return TextRecordFault::Nowhere;
     }
     // What compaction leaves of a mail whose text was lost is a terminator alone; the lines behind it are
     // another mail's.
     if (record.flags == kTerminator.substr(0, 2)) return TextRecordFault::Nowhere;
     record.spare4.clear();
     record.spare5.clear();
-    const bool hasLine17 = record.flags.size() > flag::kLine17 && record.flags[flag::kLine17] == 'Y';
-    if (hasLine17 && !ReadHeaderLine(text, offset, record.spare5)) return TextRecordFault::Nowhere;
-
-    // Most mails are short: look for the end in pieces that grow, from where the last piece could have missed
-    // it.
-    constexpr std::size_t kFirstPieceBytes = 4096;
-    std::size_t searched = 0;
-    for (std::size_t length = std::min(kFirstPieceBytes, bodyLimit);;
-         length = std::min(length * 2, bodyLimit)) {
-        const std::string_view piece = text.At(offset, length);
-        const std::size_t end = piece.find(kTerminator, searched);
-        const bool last = piece.size() < length || length == bodyLimit;
-        if (end != std::string_view::npos || last) {
-            record.body = piece.substr(0, end);
-            return end == std::string_view::npos ? TextRecordFault::Unended : TextRecordFault::None;
-        }
-        searched = piece.size() - std::min(piece.size(), kTerminator.size() - 1);
-    }
+    const bool hasLine17 = lines == HeaderLines::AsFlagged && HasLine17(record.flags);
+    if (hasLine17 && !ReadHeaderField(text, offset, record.spare5)) return TextRecordFault::Nowhere;
+    return text.ReadUpTo(offset, kTerminator, bodyLimit, record.body) ? TextRecordFault::None
+                                                                      : TextRecordFault::Unended;
 }
 
 }  // namespace postkite::store

@@ -14,6 +14,12 @@ namespace postkite::store {
 
 inline constexpr std::string_view kTerminator = "\x01\x01\r\n";
 
+/// What compaction copies behind each terminator: the two bytes that follow it, as the files have always had them.
+inline constexpr std::size_t kBytesBehindTerminator = 2;
+
+/// Compaction finds no terminator behind more than these.
+inline constexpr std::size_t kLongestTextRecordBytes = MAIL_BODY_MAX - 1;
+
 /// What a body is read into at most in mode 1 and otherwise, and what of it stays free.
 inline constexpr std::size_t kShortReadBytes = 30000;
 inline constexpr std::size_t kReadHeadroomBytes = 1000;
@@ -24,10 +30,16 @@ inline constexpr std::size_t kDateLineBytes = 50;
 /// Appends the mail's bytes to `output`. Fields are written at full length.
 void FormatTextRecord(const MailRecord& record, std::string& output);
 
+/// Reads one header line. False when the text ends before the line does. Fields have always ended at a zero byte.
+[[nodiscard]] bool ReadHeaderField(TextWindow& text, std::uint64_t& offset, std::string& field);
+
 /// The bytes of the mail at `offset` up to its terminator and, where there are as many, `bytesBehind` more; empty when
 /// there is no terminator within the mail buffer. Valid until the window's next use.
 [[nodiscard]] std::string_view WholeTextRecord(TextWindow& text, std::uint64_t offset,
                                                std::size_t bytesBehind);
+
+/// The second line of a mail's bytes, its identifier.
+[[nodiscard]] std::string_view IdentifierLineOf(std::string_view textRecord);
 
 enum class TextRecordFault {
     None,
@@ -35,8 +47,16 @@ enum class TextRecordFault {
     Unended,  ///< no terminator within the limit: the body is cut there
 };
 
+/// How many header lines a mail has at most.
+inline constexpr int kMostHeaderLines = 17;
+
+enum class HeaderLines {
+    AsFlagged,  ///< 17 where flag 14 says so, else 16
+    Sixteen,    ///< whatever the flags say
+};
+
 /// Reads the mail at `offset` into `record`. Of the body at most `bodyLimit` bytes are read.
 [[nodiscard]] TextRecordFault ReadTextRecord(TextWindow& text, std::uint64_t offset, std::size_t bodyLimit,
-                                             MailRecord& record);
+                                             MailRecord& record, HeaderLines lines = HeaderLines::AsFlagged);
 
 }  // namespace postkite::store

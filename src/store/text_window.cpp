@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "store/mail_record.h"
+
 namespace postkite::store {
 
 namespace {
@@ -25,6 +27,35 @@ std::string_view TextWindow::At(std::uint64_t offset, std::size_t count) {
     }
     const std::size_t from = static_cast<std::size_t>(offset - start_);
     return {block_.data() + from, std::min(count, bytes_ - from)};
+}
+
+bool TextWindow::ReadLine(std::uint64_t& offset, std::string& line) {
+    constexpr std::size_t kFirstPieceBytes = 1024;
+    for (std::size_t length = kFirstPieceBytes;; length *= 2) {
+        const std::string_view piece = At(offset, length);
+        const std::size_t end = piece.find('\r');
+        if (end != std::string_view::npos) {
+            line = piece.substr(0, end);
+            offset += end + 2;
+            return true;
+        }
+        if (piece.size() < length || length >= MAIL_BODY_MAX) return false;
+    }
+}
+
+bool TextWindow::ReadUpTo(std::uint64_t offset, std::string_view end, std::size_t limit, std::string& text) {
+    // Most texts are short: look for the end in pieces that grow, from where the last piece could have missed it.
+    constexpr std::size_t kFirstPieceBytes = 4096;
+    std::size_t searched = 0;
+    for (std::size_t length = std::min(kFirstPieceBytes, limit);; length = std::min(length * 2, limit)) {
+        const std::string_view piece = At(offset, length);
+        const std::size_t found = piece.find(end, searched);
+        if (found != std::string_view::npos || piece.size() < length || length == limit) {
+            text = piece.substr(0, found);
+            return found != std::string_view::npos;
+        }
+        searched = piece.size() - (end.size() - 1);
+    }
 }
 
 }  // namespace postkite::store

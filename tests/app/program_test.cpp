@@ -140,7 +140,8 @@ TEST_F(ProgramTest, ABankIsOpenedByItselfAndFollowsTheEnvironment) {
     program.Start();
     ASSERT_EQ(program.OpenBank(), 0);
     EXPECT_EQ(disk.Names("/mail/MailBox1"), std::vector<std::string>{"MailBoxInfo.ini"});
-    ASSERT_EQ(program.OpenBank(2), 0);
+    disk.PutDirectory("/mail/MailBox3");
+    ASSERT_EQ(program.SwitchBank(2), 0);
     EXPECT_EQ(program.settings().nowBoxNo, 2);
     EXPECT_EQ(program.mailbox().bankDirectory(), "MailBox3");
 
@@ -149,10 +150,43 @@ TEST_F(ProgramTest, ABankIsOpenedByItselfAndFollowsTheEnvironment) {
     EXPECT_EQ(program.mailbox().bankDirectory(), "MailBox1");
     EXPECT_TRUE(ui.messages.empty());
     for (const int number : {-1, 20}) {
-        EXPECT_EQ(program.OpenBank(number), -1);
+        EXPECT_EQ(program.SwitchBank(number), -1);
     }
     EXPECT_EQ(ui.messages.size(), 2U);
     EXPECT_EQ(program.settings().nowBoxNo, 0);
+}
+
+TEST_F(ProgramTest, ABankWhoseDiskIsNotThereIsNeverSwitchedTo) {
+    const std::string_view text =
+        "メールボックスディレクトリ MailBox5 アクセスできません。\n"
+        "メールボックスバンク切り替えを中止しました。"_sjis;
+    const ShownMessage refusal = {"Postkite", std::string(text), core::MessageIcon::Stop};
+    program.Start();
+    program.settings().bank[13] = 4;
+    EXPECT_EQ(program.SwitchEnvironment(3), -1) << "while no bank is open";
+    EXPECT_EQ(program.settings().nowBoxNo, 0);
+    ASSERT_EQ(program.OpenBank(), 0);
+    EXPECT_EQ(program.SwitchBank(4), -1);
+    EXPECT_EQ(program.settings().nowBoxNo, 0);
+    EXPECT_EQ(program.mailbox().bankDirectory(), "MailBox1");
+    EXPECT_EQ(ui.messages, (std::vector{refusal, refusal}));
+    EXPECT_FALSE(disk.Exists("/mail/MailBox5"));
+}
+
+TEST_F(ProgramTest, TheDirectoryOfTheStateIsMadeForTheClipboardAlone) {
+    program.Start();
+    ASSERT_EQ(program.OpenBank(), 0);
+    EXPECT_FALSE(disk.Exists("/state"));
+    core::Workspace deep(disk, "/home/.local/state/postkite");
+    Program other(workspace, deep, ui, clock);
+    ASSERT_EQ(other.PrepareClipboard(), 0);
+    EXPECT_TRUE(disk.Names("/home/.local/state/postkite").empty());
+    store::MailRecord record;
+    EXPECT_EQ(other.mailbox().AppendMail(store::kClipboardFolder, record, -1), 0);
+    disk.Put("/file", "");
+    core::Workspace hopeless(disk, "/file/state");
+    EXPECT_EQ(Program(workspace, hopeless, ui, clock).PrepareClipboard(), -1);
+    EXPECT_EQ(ui.messages.size(), 1U);
 }
 
 }  // namespace

@@ -137,9 +137,19 @@ TEST_F(CommandLine, PasswordsAreHiddenInListsAndScrambledInFiles) {
 }
 
 TEST_F(CommandLine, ControlCharactersDoNotReachTheTerminal) {
+    // The bytes stay on the disk, whatever is shown of them.
     files_.Put(kSettingsPath, "A=1\r\nB=2\r\nC=300\r\nD=300\r\nE=\x1B[2J\x81\x80\xFF\x85\r\n");
-    EXPECT_EQ(Run({"settings", "get", "5"}).out, "\uFFFD[2J\u00F7\uF8F3\uFFFD\n");
-    EXPECT_EQ(Setting(5), "\x1B[2J\u00F7\uF8F3\uFFFD");
+    EXPECT_EQ(Run({"settings", "get", "5"}).out, "\uFFFD[2J\u00F7\uFFFD\uFFFD\n");
+    EXPECT_EQ(Setting(5), "\x1B[2J\u00F7\uFFFD\uFFFD");
+}
+
+TEST_F(CommandLine, ABankDirectoryIsMadeWhenItsSettingIsConfirmed) {
+    ASSERT_EQ(Run({"settings", "set", "MAILBOXPATHNAME2", "disk\\MailBox3"}).status, 0);
+    EXPECT_TRUE(files_.Exists("/mail/disk/MailBox3"));
+    files_.Put("/mail/taken", "");
+    ExpectRefused({"settings", "set", "161", "taken"},
+                  "メールボックスバンク６のディレクトリが作成できませんでした。");
+    ExpectRefused({"settings", "set", "MAILBOXPATHNAME4", "..\\out"}, "メールボックスバンク５の");
 }
 
 TEST_F(CommandLine, SettingsOfTheActiveEnvironmentReachBothFiles) {
@@ -160,6 +170,7 @@ TEST_F(CommandLine, SwitchingPutsNineSettingsAndBothFilesInPlace) {
               0);
     EXPECT_EQ(Setting(14), "") << "environment 3 is not the active one yet";
     ASSERT_EQ(Run({"settings", "set", "189", "4"}).status, 0);  // the bank of host index 13
+    files_.PutDirectory("/mail/MailBox5");
     ASSERT_EQ(Run({"environments", "switch", "3"}).status, 0);
     const std::map<int, nlohmann::json> expected = {
         {14, "CCC00003"}, {15, "himitsu"}, {6, "03-1"},   {7, "7"}, {9, "9600"}, {13, "PB"},

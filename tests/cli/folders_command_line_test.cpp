@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <nlohmann/json.hpp>
 
 #include "core/shift_jis.h"
@@ -39,6 +40,14 @@ using Names = std::vector<std::string>;
 
 TEST_F(FoldersCommandLine, BanksAreSwitchedAndStaySo) {
     Expect({"mail", "add", "Inbox"});
+    const auto unmounted = Run({"banks", "switch", "2"});
+    EXPECT_EQ(unmounted.status, kRefused);
+    EXPECT_EQ(unmounted.err,
+              "Postkite: メールボックスディレクトリ MailBox3 アクセスできません。 "
+              "メールボックスバンク切り替えを中止しました。\n");
+    EXPECT_FALSE(files.Exists("/mail/MailBox3"));
+    EXPECT_EQ(Json::parse(Run({"--json", "banks"}).out)[0].at("active"), true);
+    files.PutDirectory("/mail/MailBox3");
     Expect({"banks", "switch", "2"});
     const Json banks = Json::parse(Run({"--json", "banks"}).out);
     ASSERT_EQ(banks.size(), 20U);
@@ -117,8 +126,35 @@ TEST_F(FoldersCommandLine, CompactTakesDeletedTextsAway) {
     const std::size_t size = files.Get("/mail/MailBox1/Inbox.mtx")->size();
     Expect({"mail", "delete", "Inbox", "1"});
     EXPECT_EQ(Run({"--json", "compact"}).out, "{\n  \"mails\": 2\n}\n");
+    EXPECT_EQ(support::RunPostkite(files, {"compact"}, {{"LANG", "en"}}).out, "2 mails\n");
     EXPECT_LT(files.Get("/mail/MailBox1/Inbox.mtx")->size(), size);
     EXPECT_NE(Run({"mail", "show", "Inbox", "1"}).out.find("Subject: three\n"), std::string::npos);
+    Expect({"mail", "delete", "Inbox", "0"});
+    EXPECT_EQ(support::RunPostkite(files, {"compact"}, {{"LANG", "en"}}).out, "1 mail\n");
+}
+
+TEST_F(FoldersCommandLine, AFailingDiskNeverLooksLikeTheEndOfAList) {
+    for (const char* subject : {"one", "two"})
+        Expect({"mail", "add", "Inbox", "--subject", subject});
+    const std::string localId = Json::parse(Run({"--json", "mail", "list", "Inbox"}).out)[1].at("localId");
+    for (const Names& command : {Names{"--json", "folders"}, Names{"--json", "mail", "list", "Inbox"},
+                                 Names{"mail", "list", "Inbox"}, Names{"mail", "find", "Inbox", localId},
+                                 Names{"mail", "show", "Inbox", "1"}}) {
+        const std::string whole = Run(command).out;
+        for (int call = 1;; ++call) {
+            files.FailCall(call, -EIO);
+            const auto result = Run(command);
+            const bool struck = files.struck();
+            files.Restart();
+            if (result.status == kDone) {
+                EXPECT_EQ(result.out, whole) << command[1] << ' ' << call;
+            } else {
+                EXPECT_NE(result.err, "") << command[1] << ' ' << call;
+                EXPECT_EQ(result.err.find("ありません"), std::string::npos) << result.err;
+            }
+            if (!struck) break;
+        }
+    }
 }
 
 TEST_F(FoldersCommandLine, AnOlderFolderIsConvertedWhenItIsWanted) {
@@ -137,6 +173,12 @@ TEST_F(FoldersCommandLine, AnOlderFolderIsConvertedWhenItIsWanted) {
     const Json mails = Json::parse(Run({"--json", "mail", "list", "Inbox"}).out);
     ASSERT_EQ(mails.size(), 3U);
     EXPECT_EQ(mails[2].at("subject"), "subject2");
+
+    files.Put("/mail/MailBox1/Trash.loc", older.index);
+    files.Put("/mail/MailBox1/Trash.mtx", older.text);
+    Expect({"mail", "trash", "Inbox", "0"}, kRefused);
+    EXPECT_EQ(Run({"--yes", "mail", "trash", "Inbox", "0"}).status, kDone);
+    EXPECT_EQ(Json::parse(Run({"--json", "mail", "list", "Trash"}).out).size(), 4U);
 }
 
 }  // namespace

@@ -141,6 +141,21 @@ TEST_F(MailCommandLine, WhatAMailCannotHoldIsRefused) {
     const std::size_t longest = store::MAIL_BODY_MAX - 1000;
     ExpectRefused({"mail", "add", "Inbox", "--body", "-"}, "長すぎます", std::string(longest, 'a'));
     ExpectRefused({"mail", "add", "Inbox", "--body", "-"}, "長すぎます", std::string(longest * 4, 'a'));
+    const std::pair<const char*, std::size_t> capacities[] = {
+        {"--flags", 50},           {"--address", 2499}, {"--name", 511}, {"--date", 50},
+        {"--subject", 513},        {"--attach", 999},   {"--cc", 2499},  {"--bcc", 2499},
+        {"--extra-address", 1023}, {"--message-id", 99}};
+    std::vector<std::string> full = {"mail", "add", "Full"};
+    for (const auto& [option, bytes] : capacities) {
+        ExpectRefused({"mail", "add", "Inbox", option, std::string(bytes + 1, 'a')}, option);
+        full.insert(full.end(), {option, std::string(bytes, 'a')});
+    }
+    EXPECT_EQ(Run(full).status, kDone);
+    // Each of them fits, but a compaction could not find the end of all.
+    std::vector<std::string> tooLong = full;
+    tooLong[2] = "Inbox";
+    tooLong.insert(tooLong.end(), {"--body", "-"});
+    ExpectRefused(tooLong, "大きすぎます", std::string(longest - 7, 'a'));
     // The longest that is taken is read back whole.
     EXPECT_EQ(Run({"mail", "add", "Inbox", "--body", "-"}, std::string(longest - 7, 'a')).status, kDone);
     EXPECT_EQ(Run({"mail", "show", "Inbox", "1", "--raw"}).out, std::string(longest - 7, 'a') + "\r\n");
@@ -204,6 +219,53 @@ TEST_F(MailCommandLine, SeveralNumbersAreThoseOfTheListBefore) {
     EXPECT_EQ(Subjects("Inbox"), Subject{"4"});
     ExpectRefused({"mail", "delete", "Inbox", "0", "1"}, "番号");
     ExpectRefused({"mail", "trash", "Inbox", "7"}, "番号");
+    Add("5");
+    std::string index = *files.Get(kIndex);
+    index.front() = ' ';  // deleted, by a program that has not taken it out of the list
+    files.Put(kIndex, index);
+    ASSERT_EQ(Subjects("Inbox"), Subject{"5"});
+    ExpectRefused({"mail", "trash", "Inbox", "0", "1"}, "番号 0 ");
+    ExpectRefused({"mail", "delete", "Inbox", "0"}, "番号 0 ");
+}
+
+TEST_F(MailCommandLine, AFolderIsSpelledAsTheTreeOrTheDiskHasIt) {
+    EXPECT_EQ(Run({"mail", "add", "inBOX"}).err, "");
+    const auto unknown = Run({"mail", "add", "Inbx"});
+    EXPECT_EQ(unknown.status, kDone);
+    EXPECT_NE(unknown.err.find("Inbx"), std::string::npos) << "the tree does not show it";
+    EXPECT_EQ(RunJson({"mail", "add", "INBX"}).at("folder"), "Inbx");
+    EXPECT_EQ(files.Names("/mail/MailBox1"), (std::vector<std::string>{"Inbox.loc", "Inbox.mtx", "Inbx.loc",
+                                                                       "Inbx.mtx", "MailBoxInfo.ini"}));
+    EXPECT_EQ(Subjects("inbx").size(), 2U);
+}
+
+TEST_F(MailCommandLine, TheClipboardMakesItsDirectory) {
+    const std::map<std::string, std::string> home = {{"HOME", "/home/taro"}};
+    EXPECT_EQ(support::RunPostkite(files, {"mail", "list", "$PostkiteClipFile$"}, home).status, kDone);
+    EXPECT_FALSE(files.Exists("/home"));
+    EXPECT_EQ(support::RunPostkite(files, {"mail", "add", "$postkiteclipfile$"}, home).err, "");
+    EXPECT_EQ(files.Names("/home/taro/.local/state/postkite"),
+              (std::vector<std::string>{"$PostkiteClipFile$.loc", "$PostkiteClipFile$.mtx"}));
+}
+
+TEST_F(MailCommandLine, LinesOfAFieldAndBytesThatAreNoCharacter) {
+    EXPECT_EQ(Run({"mail", "add", "Inbox", "--address", "AAA@ BBB@ ", "--subject", "x@y@z@", "--body", "-"},
+                  "\x1B[2J\n")
+                  .status,
+              kDone);
+    std::string text = *files.Get(kText);
+    for (const auto& [from, to] : {std::pair<std::string, std::string>{"AAA@ BBB@ ", "AAA\xA0 BBB\xA0 "},
+                                   {"x@y@z@", "x\x80y\xFFz\xA0"}}) {
+        text.replace(text.find(from), from.size(), to);
+    }
+    files.Put(kText, text);
+    const std::string shown = Run({"mail", "show", "Inbox", "0"}).out;
+    EXPECT_NE(shown.find("\nAddress: AAA\n    BBB\nDate:"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("\nSubject: x\uFFFDy\uFFFDz\uFFFD\n"), std::string::npos) << shown;
+    EXPECT_TRUE(shown.ends_with("\n\n\uFFFD[2J\r\n")) << shown;
+    const Json mail = RunJson({"mail", "show", "Inbox", "0"});
+    EXPECT_EQ(mail.at("address"), "AAA\uFFFD BBB\uFFFD ");
+    EXPECT_EQ(mail.at("subject"), "x\uFFFDy\uFFFDz\uFFFD");
 }
 
 TEST_F(MailCommandLine, ADamagedMailIsToldAndTheOthersAreThere) {

@@ -61,6 +61,26 @@ TEST_F(Terminal, TheStatusLineIsDrawnOnTerminalsOnlyAndMakesWayForMessages) {
     EXPECT_EQ(err_.str(), "処理中\r\x1B[K" + bar + "\r\x1B[KPostkite: x\n" + bar + "\r\x1B[K処理中\r\x1B[K");
 }
 
+TEST_F(Terminal, TheStatusLineEndsBeforeAnythingElseIsWritten) {
+    console_.errIsTerminal = true;
+    {
+        TerminalUserInterface ui(console_, core::Language::Japanese, false);
+        console_.endStatusLine();
+        EXPECT_EQ(err_.str(), "");
+        ui.SetProgress(1, 2);
+        console_.endStatusLine();
+        EXPECT_TRUE(err_.str().ends_with("50%\r\x1B[K")) << "a bar says nothing any more";
+        err_.str("");
+        ui.SetProgress(0, 0);
+        ui.SetStatusText("終了"_sjis);
+        console_.endStatusLine();
+        console_.endStatusLine();
+        EXPECT_EQ(err_.str(), "終了\n");
+    }
+    EXPECT_EQ(err_.str(), "終了\n");
+    EXPECT_FALSE(console_.endStatusLine);
+}
+
 TEST_F(Terminal, MonitorTextKeepsItsLinesAndLosesItsEscapes) {
     TerminalUserInterface ui(console_, core::Language::Japanese, false);
     ui.AppendMonitorText("MAIL>\r\n\x1B]0;x\x07"_sjis);

@@ -118,6 +118,7 @@ TEST(ShiftJis, DecodesEveryByteAndPairLikeTheCLibrary) {
         singles.push_back(own != kPrivateBytes.end() ? Plain(Utf8(own->second))
                                                      : theirs.value_or(replacement));
         ASSERT_EQ(Plain(ToUtf8(std::string(1, static_cast<char>(byte)))), singles.back()) << std::hex << byte;
+        ASSERT_EQ(Plain(ToShownUtf8(std::string(1, static_cast<char>(byte)))), theirs.value_or(replacement));
     }
     for (unsigned first = 0; first < 0x100; ++first) {
         for (unsigned second = 0; second < 0x100; ++second) {
@@ -126,6 +127,10 @@ TEST(ShiftJis, DecodesEveryByteAndPairLikeTheCLibrary) {
                                              ? reference.Convert(text).value_or(replacement)
                                              : singles[first] + singles[second];
             ASSERT_EQ(Plain(ToUtf8(text)), expected) << std::hex << first << ' ' << second;
+            // A trail byte that looks like one of the private bytes is none.
+            if (IsLead(first) && IsTrail(second)) {
+                ASSERT_EQ(Plain(ToShownUtf8(text)), expected) << std::hex << first << ' ' << second;
+            }
         }
     }
 }

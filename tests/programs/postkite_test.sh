@@ -48,10 +48,18 @@ check "changes at one time" "$(seq 0 19 | xargs)" \
 
 # Switching changes both files.
 postkite environments set 3 user=CCC00003 password=himitsu telephone=03-0000-0000 route=7 speed=9600 dialling=PB
+check "its bank is on no disk" 1 "$(status postkite environments switch 3)"
+mkdir "$directory/mail/MailBox14"
 postkite environments switch 3
 check "user of environment 3" CCC00003 "$(postkite settings get USERID)"
 check "settings file" "CURRENT ID=3" "$(sed -n 's/\r$//; 64p' "$directory/mail/SETTING/Setting.INI")"
 check "password in neither file" 1 "$(status grep -rq himitsu "$directory/mail")"
+
+# Texts from what is no regular file.
+postkite mail add Inbox --body <(printf 'from a pipe\n') >/dev/null
+check "body from a pipe" 'from a pipe' "$(postkite mail show Inbox 0 --raw | tr -d '\r')"
+check "body from nothing, from without an end" "0 1" \
+    "$(status postkite mail add Inbox --body /dev/null) $(status postkite mail add Inbox --body /dev/zero)"
 
 # A pipe that is closed early, a full disk for the output, wrong usage.
 check "output that cannot be written" 1 "$(status sh -c "'$program' --dir '$directory/mail' settings >/dev/full")"

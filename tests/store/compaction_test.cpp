@@ -2,42 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include "core/shift_jis.h"
 #include "tests/store/mailbox_program.h"
 
 namespace postkite::store {
 namespace {
 
-using support::MemoryFileSystem;
+using namespace core::literals;
 
-constexpr auto kNothing = [] {};
-
-struct Compaction : testing::Test {
-    MemoryFileSystem disk;
-    MailboxProgram program{disk};
-    Mailbox& mailbox = program.mailbox;
-
+struct Compaction : InboxTest {
     void SetUp() override {
-        disk.PutDirectory("/mail/Bank");
-        disk.PutDirectory("/state");
-        for (const char* subject : {"one", "two", "three", "four"})
-            ASSERT_EQ(program.Add(subject), 0);
-    }
-    std::string Index() { return disk.Get(kIndexPath).value_or("missing"); }
-    std::string Text() { return disk.Get(kTextPath).value_or("missing"); }
-    std::string IndexRecord(std::size_t number) { return Index().substr(number * 900, 900); }
-    std::size_t Offset(std::size_t number) {
-        return static_cast<std::size_t>(std::stoul(IndexRecord(number).substr(0, 20)));
-    }
-    /// A mail's bytes with its terminator.
-    std::string TextOf(std::size_t number) {
-        const std::size_t end = Text().find("\x01\x01\r\n", Offset(number)) + 4;
-        return Text().substr(Offset(number), end - Offset(number));
-    }
-    /// The index record, moved to another place of the text.
-    std::string Moved(std::size_t number, std::size_t offset) {
-        std::string head = std::to_string(offset);
-        head.resize(20, ' ');
-        return head + IndexRecord(number).substr(20);
+        InboxTest::SetUp();
+        AddMails({"one", "two", "three", "four"});
     }
 };
 
@@ -53,7 +29,7 @@ TEST_F(Compaction, IndexLosesDeletedRecordsFromTheFirstOn) {
     EXPECT_EQ(Index(), kept);
     EXPECT_EQ(Text(), text);
     ASSERT_EQ(program.Add("five"), 0);
-    EXPECT_EQ(program.Mails(), (Mails{"one: text\r\n", "three: text\r\n", "five: text\r\n"}));
+    EXPECT_EQ(program.Subjects("Inbox"), (Names{"one", "three", "five"}));
     for (int number = 0; number < 3; ++number)
         ASSERT_EQ(mailbox.MarkDeleted("Inbox", number), 0);
     ASSERT_EQ(mailbox.CompactIndex("Inbox"), 0);
@@ -80,7 +56,7 @@ TEST_F(Compaction, TextKeepsTwoBytesBehindEachTerminator) {
     // The new text of the first mail was the last and is so no more; from now on nothing changes.
     const std::string settled = one + "Ro" + two + four;
     for (int run = 0; run < 2; ++run) {
-        ASSERT_EQ(mailbox.CompactText("Inbox", kNothing), 0);
+        ASSERT_EQ(program.Compact(), 0);
         EXPECT_EQ(Text(), settled);
         EXPECT_EQ(Offset(1), one.size() + 2);
     }
@@ -89,127 +65,176 @@ TEST_F(Compaction, TextKeepsTwoBytesBehindEachTerminator) {
     ASSERT_EQ(program.Add("five"), 0);
     EXPECT_EQ(Offset(3), settled.size());
     ASSERT_EQ(mailbox.MarkDeleted("Inbox", 1), 0);
-    ASSERT_EQ(mailbox.CompactText("Inbox", kNothing), 0);
+    ASSERT_EQ(program.Compact(), 0);
     EXPECT_EQ(program.Mails(), (Mails{"one: longer\r\n", "four: text\r\n", "five: text\r\n"}));
     EXPECT_EQ(Text(), one + "Ro" + four + TextOf(2));
-    EXPECT_EQ(disk.Names("/mail/Bank"), (std::vector<std::string>{"Inbox.loc", "Inbox.mtx"}));
+    EXPECT_EQ(disk.Names(kBankPath), (Names{"Inbox.loc", "Inbox.mtx"}));
     EXPECT_TRUE(program.ui.messages.empty());
 }
 
-TEST_F(Compaction, WhereTextsAreLostTheOldFileIsKept) {
-    std::string index = Index();
-    index.replace(900, 20, "123456789           ");
-    index.replace(1800, 20, "no number           ");
-    disk.Put(kIndexPath, index);
-    const std::string text = Text();
-    const std::string four = TextOf(3);
-    ASSERT_EQ(mailbox.CompactText("Inbox", kNothing), 0);
-    EXPECT_EQ(program.Mails(), (Mails{"one: text\r\n", "damaged", "damaged", "four: text\r\n"}));
-    EXPECT_EQ(Text().substr(Offset(1)), "\x01\x01\r\n\x01\x01\r\n" + four);
-    EXPECT_EQ(disk.Get("/mail/Bank/Inbox.mtx.bak"), text);
-    ASSERT_EQ(program.ui.messages.size(), 1U);
-    EXPECT_NE(program.ui.messages[0].text.find("Inbox.mtx.bak"), std::string::npos);
-
-    // The next loss is kept beside that.
-    const std::string second = Text();
-    disk.Put(kTextPath, second.substr(0, second.size() - 1));
-    ASSERT_EQ(mailbox.CompactText("Inbox", kNothing), 0);
-    EXPECT_EQ(disk.Get("/mail/Bank/Inbox.mtx.bak"), text);
-    EXPECT_EQ(disk.Get("/mail/Bank/Inbox.mtx.bak2"), second.substr(0, second.size() - 1));
-    EXPECT_EQ(program.Mails(), (Mails{"one: text\r\n", "damaged", "damaged", "damaged"}));
+TEST_F(Compaction, WhereTextsAreLostBothOldFilesAreKept) {
+    // To another mail, into one, behind the end.
+    for (const auto& [mail, further] : {std::pair(0U, 0U), {0U, 5U}, {3U, 5U}, {3U, 123456789U}}) {
+        const std::size_t offset = Offset(mail) + further;
+        SCOPED_TRACE(offset);
+        const std::string number = disk.Exists("/mail/Bank/Inbox.mtx.bak") ? "2" : "";
+        PointTo(1, offset);
+        const std::string index = Index();
+        const std::string text = Text();
+        program.ui.messages.clear();
+        ASSERT_EQ(program.Compact(), 0);
+        EXPECT_EQ(program.Subjects("Inbox"), (Names{"one", "damaged", "three", "four"}));
+        EXPECT_EQ(disk.Get("/mail/Bank/Inbox.mtx.bak" + number), text);
+        EXPECT_EQ(disk.Get("/mail/Bank/Inbox.loc.bak" + number), index);
+        ASSERT_EQ(program.ui.messages.size(), 1U);
+        EXPECT_NE(program.ui.messages[0].text.find("Inbox.mtx.bak" + number), std::string::npos);
+        if (number == "2") {
+            ASSERT_EQ(disk.Remove("/mail/Bank/Inbox.mtx.bak2"), 0);
+            ASSERT_EQ(disk.Remove("/mail/Bank/Inbox.loc.bak2"), 0);
+        }
+    }
+    EXPECT_EQ(Text().substr(Offset(1), 4), "\x01\x01\r\n") << "what is left of a mail that is nowhere";
+    EXPECT_EQ(Offset(2), Offset(1) + 4);
+    // It is lost once: no further copies of both files are kept.
+    program.ui.messages.clear();
+    ASSERT_EQ(program.Compact(), 0);
+    EXPECT_TRUE(program.ui.messages.empty());
+    EXPECT_FALSE(disk.Exists("/mail/Bank/Inbox.mtx.bak2"));
 }
 
-TEST_F(Compaction, TheTerminatorIsLookedForWithinTheMailBuffer) {
+TEST_F(Compaction, OneTerminatorIsAsGoodAsAnotherOnlyBehindTheHeader) {
+    Patch(kTextPath, "three", "thr\x01\x01");
     const std::size_t header = TextOf(0).size() - 10;             // without the body and the terminator
     const std::size_t body = MAIL_BODY_MAX - 1 - header - 3 - 4;  // "big" is no longer than "one"
     ASSERT_EQ(program.Add("big", std::string(body, 'b') + "\r\n\n"), 0);
-    ASSERT_EQ(TextOf(4).size(), MAIL_BODY_MAX - 1);
-    ASSERT_EQ(mailbox.CompactText("Inbox", kNothing), 0);
+    ASSERT_EQ(program.Compact(), 0);
     EXPECT_TRUE(program.ui.messages.empty());
-    ASSERT_EQ(program.Add("big", std::string(body, 'b') + "\r\n\n\n"), 0);
-    ASSERT_EQ(mailbox.CompactText("Inbox", kNothing), 0);
-    EXPECT_EQ(program.ui.messages.size(), 1U);
+    EXPECT_EQ(program.Subjects("Inbox"), (Names{"one", "two", "thr\x01\x01", "four", "big"}));
+    Patch(kTextPath, "bb\r\n\n", "bb\r\n\n\n");
+    ASSERT_EQ(program.Compact(), 0);
+    EXPECT_EQ(program.ui.messages.size(), 1U) << "no longer within the mail buffer";
     EXPECT_EQ(program.Mails().back(), "damaged");
 }
 
-TEST_F(Compaction, AMissingTextOrIndexIsNoFailure) {
-    ASSERT_EQ(mailbox.CompactText("Nowhere", kNothing), 0);
-    EXPECT_EQ(disk.Names("/mail/Bank").size(), 2U);
+TEST_F(Compaction, AListWithoutItsTextIsNotTouched) {
+    ASSERT_EQ(mailbox.CompactText("Nowhere", [] {}), 0);
     ASSERT_EQ(disk.Remove(kTextPath), 0);
-    ASSERT_EQ(mailbox.CompactText("Inbox", kNothing), 0);
-    EXPECT_EQ(program.Mails(), (Mails{"damaged", "damaged", "damaged", "damaged"}));
-    EXPECT_EQ(program.ui.messages.size(), 1U);
+    MailRecord mail;
+    EXPECT_EQ(mailbox.ReadMail("Inbox", 1, mail, 0), -1);
+    EXPECT_EQ(mail.subject, "two") << "what the index knows";
+    EXPECT_EQ(mailbox.SetRead("Inbox", 1, true), -1);
+    ASSERT_EQ(mailbox.MarkDeleted("Inbox", 1), 0);
+    const std::string index = Index();
+    ASSERT_EQ(program.Compact(), -1);
+    program.ExpectTold("フォルダ Inbox を処理できませんでした。（本文のファイルがありません）"_sjis);
+    EXPECT_EQ(Index(), index);
+    EXPECT_EQ(disk.Names(kBankPath), Names{"Inbox.loc"});
+    // Where no mail is left there is nothing that could come back.
+    for (const int number : {0, 2, 3})
+        ASSERT_EQ(mailbox.MarkDeleted("Inbox", number), 0);
+    ASSERT_EQ(program.Compact(), 0);
     ASSERT_EQ(program.Add("five"), 0);
-    EXPECT_EQ(program.Mails().back(), "five: text\r\n");
+    EXPECT_EQ(program.Mails(), Mails{"five: text\r\n"});
+}
+
+TEST_F(Compaction, AReaderThatItOvertakesReadsOn) {
+    MailRecord mail;
+    ASSERT_EQ(mailbox.ReadMail("Inbox", 0, mail, 0), 0);
+    ASSERT_EQ(mailbox.ReplaceMail("Inbox", 0, mail), 0);  // the texts behind the old one will move
+    FolderReader reader;
+    ASSERT_EQ(reader.Open(mailbox.FilesOf("Inbox")), 0);
+    ASSERT_EQ(reader.FindMail("nobody's"), -1) << "the whole list is read";
+    MailboxProgram other(disk);
+    ASSERT_EQ(other.Compact(), 0);
+    for (const auto& [number, subject] : {std::pair(2, "three"), {0, "one"}}) {
+        EXPECT_EQ(reader.ReadMail(number, 1000, mail), FolderReader::Condition::Whole);
+        EXPECT_EQ(mail.subject, subject);
+    }
 }
 
 /// What a program that was cut off left: old files in capitals, as other systems spell them.
 struct Leftovers : Compaction {
-    std::string newIndex;
-    std::string newText;
-    Mails oldMails;
+    std::string oldIndex, oldText, newIndex, newText;
     const Mails newMails{"one: text\r\n", "three: text\r\n", "four: text\r\n"};
+    const Mails oldMails{"one: text\r\n", "damaged", "three: text\r\n", "four: text\r\n"};
 
     void SetUp() override {
         Compaction::SetUp();
         ASSERT_EQ(mailbox.MarkDeleted("Inbox", 1), 0);
-        oldMails = program.Mails();
-        const std::string oldIndex = Index();
-        const std::string oldText = Text();
-        ASSERT_EQ(mailbox.CompactText("Inbox", kNothing), 0);
+        oldIndex = Index();
+        oldText = Text();
+        ASSERT_EQ(program.Compact(), 0);
         newIndex = Index();
         newText = Text();
-        ASSERT_EQ(disk.Remove(kIndexPath) + disk.Remove(kTextPath), 0);
-        disk.Put("/mail/Bank/INBOX.LOC", oldIndex);
-        disk.Put("/mail/Bank/INBOX.MTX", oldText);
     }
-    void ExpectMails(const Mails& mails) {
-        EXPECT_EQ(FinishInterruptedChanges(mailbox.FilesOf("Inbox")), 0);
-        EXPECT_EQ(program.Mails(), mails);
-        EXPECT_EQ(disk.Names("/mail/Bank").size(), 2U) << testing::PrintToString(disk.Names("/mail/Bank"));
-        ASSERT_EQ(program.Add("next"), 0);
-        EXPECT_EQ(program.Mails().back(), "next: text\r\n");
+    void Put(const std::vector<std::pair<std::string, std::string>>& files) {
+        for (const std::string& name : disk.Names(kBankPath))
+            ASSERT_EQ(disk.Remove("/mail/Bank/" + name), 0);
+        for (const auto& [name, bytes] : files)
+            disk.Put("/mail/Bank/" + name, bytes);
     }
 };
 
-TEST_F(Leftovers, NewTextAloneIsThrownAway) {
-    disk.Put("/mail/Bank/Inbox.$$t", newText.substr(0, 100));
-    ExpectMails(oldMails);
-}
-
-TEST_F(Leftovers, BothNewFilesBesideBothOldOnesAreThrownAway) {
-    disk.Put("/mail/Bank/Inbox.$$t", newText);
-    disk.Put("/mail/Bank/Inbox.$$l", newIndex.substr(0, 1000));
-    ExpectMails(oldMails);
-}
-
-TEST_F(Leftovers, BothNewFilesTakeThePlaceOfDeletedOldOnes) {
-    ASSERT_EQ(disk.Remove("/mail/Bank/INBOX.LOC") + disk.Remove("/mail/Bank/INBOX.MTX"), 0);
-    disk.Put("/mail/Bank/Inbox.$$t", newText);
-    disk.Put("/mail/Bank/Inbox.$$l", newIndex);
-    ExpectMails(newMails);
-}
-
-TEST_F(Leftovers, TheNewIndexFollowsItsText) {
-    disk.Put("/mail/Bank/INBOX.MTX", newText);
-    disk.Put("/mail/Bank/Inbox.$$l", newIndex);
-    ExpectMails(newMails);
+TEST_F(Leftovers, AnInterruptedCompactionIsFinishedOrThrownAway) {
+    const std::pair<std::string, std::string> index{"INBOX.LOC", oldIndex}, text{"INBOX.MTX", oldText},
+        smallT{"INBOX.$$t", newText}, smallL{"INBOX.$$l", newIndex}, bigT{"INBOX.$$T", newText},
+        bigL{"INBOX.$$L", newIndex};
+    const std::string lastIndex = newIndex.substr(0, 1000);
+    const struct {
+        const char* what;
+        std::vector<std::pair<std::string, std::string>> files;
+        bool isFinished;
+    } cases[] = {
+        {"new text alone", {index, text, {"INBOX.$$t", newText.substr(0, 100)}}, false},
+        {"half an index beside both", {index, text, smallT, {"INBOX.$$l", lastIndex}}, false},
+        {"both beside both", {index, text, smallT, smallL}, false},
+        {"text removed by somebody, half an index", {index, smallT, {"INBOX.$$l", lastIndex}}, false},
+        {"text out of the way", {index, smallT, smallL}, true},
+        {"index follows its text", {index, {"INBOX.MTX", newText}, smallL}, true},
+        {"older program, both old ones deleted", {bigT, bigL}, true},
+        {"older program, index deleted", {text, bigT, bigL}, true},
+        {"older program, index deleted, in other letters", {text, {"Inbox.$$T", newText}, bigL}, true},
+        {"older program, text renamed", {{"INBOX.MTX", newText}, bigL}, true},
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.what);
+        Put(one.files);
+        const bool hasText = one.files.size() > 1 && one.files[1].first == "INBOX.MTX";
+        const Mails textless{"damaged", "damaged", "damaged", "damaged"};
+        const Mails mails = one.isFinished ? newMails : hasText ? oldMails : textless;
+        EXPECT_EQ(program.Mails(), mails);
+        for (const std::string& name : disk.Names(kBankPath))
+            EXPECT_EQ(name.find("$$"), std::string::npos) << name;
+        ASSERT_EQ(program.Add("next"), 0);
+        EXPECT_EQ(program.Mails().size(), mails.size() + 1);
+        EXPECT_EQ(program.Mails().back(), "next: text\r\n");
+    }
 }
 
 TEST_F(Leftovers, AJournalIsCopiedAsOftenAsNeedBe) {
-    std::string header = "1 cut";
-    header.resize(64, ' ');
-    const std::string whole = disk.Get("/mail/Bank/INBOX.LOC").value_or("");
-    const std::string journal = header + whole.substr(1800);
-    disk.Put("/mail/Bank/Inbox.$$i.$$$", "half");
-    for (const std::size_t done : {std::size_t{900}, std::size_t{1000}, whole.size()}) {
-        disk.Put("/mail/Bank/INBOX.LOC", whole.substr(0, 900) + whole.substr(1800, done - 900) +
-                                             whole.substr(std::min(done, whole.size())));
-        disk.Put("/mail/Bank/Inbox.$$i", journal);
+    const auto journal = [&](std::string header) {
+        header.resize(64, ' ');
+        return header + oldIndex.substr(1800);
+    };
+    for (const std::size_t done : {std::size_t{900}, std::size_t{1000}, oldIndex.size()}) {
+        const std::string half = oldIndex.substr(0, 900) + oldIndex.substr(1800, done - 900) +
+                                 oldIndex.substr(std::min(done, oldIndex.size()));
+        Put({{"INBOX.LOC", half},
+             {"INBOX.MTX", oldText},
+             {"INBOX.$$i", journal("1 cut")},
+             {"INBOX.$$i.$$$", "half"}});
         EXPECT_EQ(program.Mails(), newMails) << done;
-        EXPECT_FALSE(disk.Exists("/mail/Bank/Inbox.$$i"));
-        EXPECT_EQ(disk.Get("/mail/Bank/INBOX.LOC"), whole.substr(0, 900) + whole.substr(1800));
+        EXPECT_FALSE(disk.Exists("/mail/Bank/INBOX.$$i"));
+        EXPECT_EQ(disk.Get("/mail/Bank/INBOX.LOC"), oldIndex.substr(0, 900) + oldIndex.substr(1800));
     }
+    // What nobody here has written does not keep the folder shut.
+    for (const std::string& header : {std::string(40, '9'), std::string("x"), std::string()}) {
+        Put({{"INBOX.LOC", oldIndex}, {"INBOX.MTX", oldText}, {"INBOX.$$i", journal(header)}});
+        EXPECT_EQ(program.Mails(), oldMails) << header;
+    }
+    Put({{"Inbox.$$i", journal("0 keep")}});
+    EXPECT_EQ(program.Add("two"), 0);
+    EXPECT_EQ(program.Mails(), Mails{"two: text\r\n"}) << "nor does one without an index";
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include "tests/support/memory_file_system.h"
 
 namespace postkite::store {
+using namespace core::literals;
+
 namespace {
 
 constexpr std::string_view kCurrent = "PKV238 SETTING FILE\r\n";
@@ -18,13 +20,12 @@ class FolderPropertiesTest : public ::testing::Test {
   protected:
     FolderPropertiesTest() { disk.PutDirectory("/w"); }
 
-    void Put(std::string_view magic, std::string_view rest) {
-        disk.Put(kPath, std::string(magic) + std::string(rest));
-    }
-    FolderProperties Read() {
-        FolderProperties properties{"old", "old", "old"};
-        EXPECT_EQ(ReadFolderProperties(files, properties), 0);
-        return properties;
+    void Put(std::string_view magic, const std::string& rest) { disk.Put(kPath, std::string(magic) + rest); }
+    /// Sound, address and template.
+    std::string Read() {
+        FolderProperties read{"old", "old", "old"};
+        EXPECT_EQ(ReadFolderProperties(files, read), 0);
+        return read.sound + "|" + read.defaultAddress + "|" + read.replyTemplate;
     }
     /// What the template gives for `record`, in a file that has it behind an empty address line of the older
     /// version.
@@ -47,38 +48,27 @@ TEST_F(FolderPropertiesTest, ReadsBothVersionsAndWritesTheCurrentOne) {
               0);
     EXPECT_EQ(disk.Get(kPath), std::string(kCurrent) + "C:\\ring.wav\r\nAAA00001\r\n%n " +
                                    std::string("さんの\r\n題名：%S\r\nに対する返信メールです。\r\n"_sjis));
-    FolderProperties read = Read();
-    EXPECT_EQ(read.sound, "C:\\ring.wav");
-    EXPECT_EQ(read.defaultAddress, "AAA00001");
-    EXPECT_EQ(read.replyTemplate, kDefaultReplyTemplate);
-
+    EXPECT_EQ(Read(), "C:\\ring.wav|AAA00001|" + std::string(kDefaultReplyTemplate));
     Put(kOlder, "ring.wav\r\nfirst\r\nsecond");
-    read = Read();
-    EXPECT_EQ(read.sound, "ring.wav");
-    EXPECT_EQ(read.defaultAddress, "");
-    EXPECT_EQ(read.replyTemplate, "first\r\nsecond");
-    EXPECT_EQ(WriteFolderProperties(files, read), 0);
+    EXPECT_EQ(Read(), "ring.wav||first\r\nsecond");
+    EXPECT_EQ(WriteFolderProperties(files, {"ring.wav", "", "first\r\nsecond"}), 0);
     EXPECT_EQ(disk.Get(kPath), std::string(kCurrent) + "ring.wav\r\n\r\nfirst\r\nsecond");
-
     Put("PKV999 SETTING FILE\r\n", "ring.wav\r\nfirst\r\n");
-    read = Read();
-    EXPECT_EQ(read.sound + read.defaultAddress + read.replyTemplate, "");
+    EXPECT_EQ(Read(), "||");
 }
 
 TEST_F(FolderPropertiesTest, AFileCutAnywhereHasWhatIsWhole) {
     const std::string whole = std::string(kCurrent) + "ring.wav\r\nAAA00001\r\n%n\r\n";
     for (std::size_t length = 0; length <= whole.size(); ++length) {
         disk.Put(kPath, whole.substr(0, length));
-        const FolderProperties read = Read();
-        EXPECT_EQ(read.sound, length >= 30 ? "ring.wav" : "") << length;
-        EXPECT_EQ(read.defaultAddress, length >= 40 ? "AAA00001" : "") << length;
-        EXPECT_EQ(read.replyTemplate, length > 41 ? whole.substr(41, length - 41) : "") << length;
+        const std::string expectedSound = length >= 30 ? "ring.wav" : "";
+        const std::string expectedAddress = length >= 40 ? "AAA00001" : "";
+        const std::string rest = length > 41 ? whole.substr(41, length - 41) : "";
+        EXPECT_EQ(Read(), expectedSound + "|" + expectedAddress + "|" + rest) << length;
         std::string sound = "old";
         std::string address = "old";
-        EXPECT_EQ(ReadFolderSound(files, sound), 0);
-        EXPECT_EQ(ReadFolderDefaultAddress(files, address), 0);
-        EXPECT_EQ(sound, read.sound) << length;
-        EXPECT_EQ(address, read.defaultAddress) << length;
+        EXPECT_EQ(ReadFolderSound(files, sound) + ReadFolderDefaultAddress(files, address), 0);
+        EXPECT_EQ(sound + "|" + address, expectedSound + "|" + expectedAddress) << length;
     }
 }
 
@@ -88,14 +78,13 @@ TEST_F(FolderPropertiesTest, SoundAndAddressAreThereForCallersThatKnowNoVersion)
     EXPECT_EQ(ReadFolderDefaultAddress(files, out), -1);
     EXPECT_EQ(BuildReplyHeader(files, record, out, mailText), -1);
     EXPECT_EQ(out, "untouched");
-    Put(kOlder, "ring.wav\r\ntemplate\r\n");
-    EXPECT_EQ(ReadFolderDefaultAddress(files, out), 0);
-    EXPECT_EQ(out, "");
-    Put("something\r\n", "ring.wav\r\nAAA00001\r\n");
-    EXPECT_EQ(ReadFolderSound(files, out), 0);
-    EXPECT_EQ(out, "ring.wav");
-    EXPECT_EQ(ReadFolderDefaultAddress(files, out), 0);
-    EXPECT_EQ(out, "");
+    for (const std::string_view magic : {kOlder, std::string_view("something\r\n")}) {
+        Put(magic, "ring.wav\r\nAAA00001\r\n");
+        EXPECT_EQ(ReadFolderSound(files, out), 0);
+        EXPECT_EQ(out, "ring.wav");
+        EXPECT_EQ(ReadFolderDefaultAddress(files, out), 0);
+        EXPECT_EQ(out, "");
+    }
 }
 
 TEST_F(FolderPropertiesTest, RefusesWhatTheFileCannotHoldAndCutsWhatItReads) {
@@ -112,12 +101,10 @@ TEST_F(FolderPropertiesTest, RefusesWhatTheFileCannotHoldAndCutsWhatItReads) {
 
     const std::string tooLong = longest.substr(1) + std::string("能能"_sjis);
     Put(kCurrent, tooLong + "\r\n" + tooLong + "\r\n" + tooLong);
-    const FolderProperties read = Read();
-    for (const std::string& text : {read.sound, read.defaultAddress, read.replyTemplate})
-        EXPECT_EQ(text, longest.substr(1));
+    const std::string cut = longest.substr(1);
+    EXPECT_EQ(Read(), cut + "|" + cut + "|" + cut);
     Put(kOlder, "\r\n" + longest.substr(2) + std::string("能能"_sjis));
-    EXPECT_EQ(Read().replyTemplate, longest.substr(2) + std::string("能"_sjis))
-        << "no character is cut off in vain";
+    EXPECT_EQ(Read(), "||" + longest.substr(2) + std::string("能"_sjis)) << "no character is cut off in vain";
 }
 
 TEST_F(FolderPropertiesTest, AFaultLeavesTheOldFileAndIsNeverAnEmptyOne) {
@@ -185,15 +172,17 @@ TEST_F(FolderPropertiesTest, EverythingElseInATemplateIsText) {
 TEST_F(FolderPropertiesTest, TheTemplateIsWhatStandsBehindTheSecondLine) {
     record.subject = "S";
     std::string out;
-    Put(kCurrent, "ring.wav\r\n\r\n%S\r\n");
-    EXPECT_EQ(BuildReplyHeader(files, record, out, ""), 0);
-    EXPECT_EQ(out, "\r\nS\r\n");
-    Put(kCurrent, "ring.wav\r\nAAA00001\r\n");
-    EXPECT_EQ(BuildReplyHeader(files, record, out, ""), 0);
-    EXPECT_EQ(out, "AAA00001\r\n");
-    Put(kCurrent, "\r\n\r\n" + std::string(1021, 'a') + "%S");
-    EXPECT_EQ(BuildReplyHeader(files, record, out, ""), 0);
-    EXPECT_EQ(out, "\r\n" + std::string(1021, 'a') + "%") << "1024 bytes are the template";
+    const std::string full(1021, 'a');
+    const std::pair<std::string, std::string> cases[] = {
+        {"ring.wav\r\n\r\n%S\r\n", "\r\nS\r\n"},
+        {"ring.wav\r\nAAA00001\r\n", "AAA00001\r\n"},
+        {"\r\n\r\n" + full + "%S", "\r\n" + full + "%"},  // 1024 bytes are the template
+    };
+    for (const auto& [file, expected] : cases) {
+        Put(kCurrent, file);
+        EXPECT_EQ(BuildReplyHeader(files, record, out, ""), 0);
+        EXPECT_EQ(out, expected);
+    }
     Put(kOlder, "ring.wav\r\n");
     EXPECT_EQ(BuildReplyHeader(files, record, out, ""), -1);
     EXPECT_EQ(out.size(), 1024U) << "left alone";

@@ -53,6 +53,7 @@ TEST(FolderTree, ReadsWhatItCanOfADamagedFile) {
     const DamageCase cases[] = {
         {"empty", "", {}, true},
         {"no first line", "01Inbox/0\r\n", {"1 Inbox 0"}, false},
+        {"another root", "00Other\r\n01A/0\r\n", {"1 A 0"}, false},
         {"cut last line", "00Desktop\r\n01Inbox/0\r\n01Out", {"1 Inbox 0"}, false},
         {"depth jumps",
          "00Desktop\r\n01A/0\r\n05B/0\r\n03C/0\r\n02D/0\r\n",
@@ -107,12 +108,12 @@ TEST(FolderTree, SurvivesDeepAndLargeFiles) {
     EXPECT_FALSE(FolderTree::FitsBelow(*tree.Find("f"), *top));
     EXPECT_TRUE(FolderTree::FitsBelow(*tree.Find("f#f"), *top));
 
-    std::string large(10'000'000, 'x');
+    std::string large(1'000'000, 'x');
     EXPECT_FALSE(tree.Read(large));
     for (std::size_t at = 0; at + 10 < large.size(); at += 10)
         large.replace(at, 10, (at % 100 == 0 ? "01" : "99") + std::string("name/0\r\n"));
     EXPECT_FALSE(tree.Read("00Desktop\r\n" + large));
-    EXPECT_EQ(tree.root().children.size(), 100'000U);
+    EXPECT_EQ(tree.root().children.size(), 10'000U);
 }
 
 TEST(FolderTree, FindsFoldersByBaseName) {

@@ -2,7 +2,6 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "store/older_layouts.h"
 
@@ -32,32 +31,17 @@ struct OlderFolder {
     /// A mail whose texts tell its number, with a body of two lines.
     void AddMail(int number) {
         AddRecord(std::to_string(text.size()));
-        const std::string n = std::to_string(number);
-        const std::vector<std::string> lines =
+        std::string mail =
             layout == FolderLayout::V1
-                ? std::vector<std::string>{"Rosrr ---- OP Y", "address" + n, "name" + n, "97/01/24 08:05",
-                                           "subject" + n,     "attach" + n,  "cc" + n,   "bcc" + n,
-                                           "id" + n,          "extra" + n,   "xxxC",     "size" + n}
-                : std::vector<std::string>{"RoSRr ---- OP Y",
-                                           "id" + n,
-                                           "address" + n,
-                                           "name" + n,
-                                           "97/01/24 08:05 97/01/25 09:00",
-                                           "subject" + n,
-                                           "attach" + n,
-                                           "cc" + n,
-                                           "bcc" + n,
-                                           "extra" + n,
-                                           "size" + n,
-                                           "source" + n,
-                                           "<message" + n + ">",
-                                           "spare" + n,
-                                           "",
-                                           ""};
-        for (const std::string& line : lines)
-            text += line + "\r\n";
-        text += "line " + n + "\r\nend\r\n";
-        text += layout == FolderLayout::V1 ? "/E\r\n" : std::string("\x01\x01\r\n");
+                ? "Rosrr ---- OP Y\naddress#\nname#\n97/01/24 08:05\nsubject#\nattach#\ncc#\nbcc#\n"
+                  "id#\nextra#\nxxxC\nsize#\nline #\nend\n/E\n"
+                : "RoSRr ---- OP Y\nid#\naddress#\nname#\n97/01/24 08:05 97/01/25 09:00\n"
+                  "subject#\nattach#\ncc#\nbcc#\nextra#\nsize#\nsource#\n<message#>\nspare#\n\n\n"
+                  "line #\nend\n\x01\x01\n";
+        for (const char byte : mail) {
+            if (byte == '\n') text += '\r';
+            text += byte == '#' ? static_cast<char>('0' + number) : byte;
+        }
     }
 
     /// As marking a mail deleted leaves its record.
@@ -71,7 +55,7 @@ inline OlderFolder MakeOlderFolder(FolderLayout layout, int mails) {
     OlderFolder folder;
     folder.layout = layout;
     for (int number = 0; number < mails; ++number)
-        folder.AddMail(number);
+        folder.AddMail(number % 10);
     return folder;
 }
 

@@ -78,6 +78,9 @@ class MemoryFileSystem::OpenFile final : public core::File {
 
     std::int64_t ReadAt(std::uint64_t offset, std::span<char> buffer) override {
         if (const int error = Enter(); error < 0) return error;
+        // The system counts the places of a file in 63 bits.
+        constexpr std::uint64_t kFarthest = std::uint64_t{1} << 63U;
+        if (offset >= kFarthest || offset + buffer.size() >= kFarthest) return -EINVAL;
         const std::string& bytes = node_->content.bytes();
         return offset < bytes.size()
                    ? static_cast<std::int64_t>(bytes.copy(buffer.data(), buffer.size(), offset))

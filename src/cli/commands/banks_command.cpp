@@ -29,7 +29,13 @@ int Switch(CommandContext& context, int number) {
     core::WorkspaceLock lock;
     const auto session = context.OpenForChange(lock);
     if (session == nullptr) return kRefused;
-    if (session->program.OpenBank(number) < 0) return kRefused;
+    app::Program& program = session->program;
+    // The current one is opened as every start opens it.
+    const bool isCurrent = program.settings().nowBoxNo == number;
+    if ((isCurrent ? program.OpenBank() : program.SwitchBank(number)) < 0) {
+        context.HintAtBankDirectory(*session, number);
+        return kRefused;
+    }
     return session->program.SaveSettings() < 0 ? kRefused : kDone;
 }
 

@@ -14,7 +14,7 @@ int Compact(CommandContext& context) {
     store::Folders& folders = session->program.folders();
     const bool done = folders.CompactAllFolders() == 0;
     const std::uint64_t mails = folders.progressTotal();
-    const Bilingual text = {"メール {} 通\n", "{} mails\n"};
+    const Bilingual text = {"メール {} 通\n", mails == 1 ? "{} mail\n" : "{} mails\n"};
     const int printed = context.json ? context.PrintJson({{"mails", mails}})
                                      : context.Print(text.In(context.language(), {std::to_string(mails)}));
     return done ? printed : kRefused;

@@ -112,8 +112,16 @@ int Switch(CommandContext& context, int number) {
     core::WorkspaceLock lock;
     const auto session = context.OpenForChange(lock);
     if (session == nullptr) return kRefused;
-    if (session->program.SwitchEnvironment(number) < 0) return kRefused;
-    return session->program.SaveSettings() < 0 ? kRefused : kDone;
+    const int switched = session->program.SwitchEnvironment(number);
+    // Where its bank is refused the old bank stays, and the environment is the new one all the same.
+    const bool isActive = session->program.settings().currentId == number;
+    if (isActive && session->program.SaveSettings() < 0) return kRefused;
+    if (switched < 0) {
+        const std::size_t hostIndex = core::kHostEntryCount + static_cast<std::size_t>(number);
+        context.HintAtBankDirectory(*session, session->program.settings().bank[hostIndex]);
+        return kRefused;
+    }
+    return kDone;
 }
 
 std::vector<std::string> CompleteNumber(const std::vector<std::string>& words) {

@@ -45,7 +45,7 @@ int CountMails(store::Mailbox& mailbox, const std::string& folder, MailCounts& c
     if (result < 0) return result == -ENOENT ? 0 : result;
     for (int number = 0;; ++number) {
         const std::string_view record = reader.IndexRecord(number);
-        if (record.empty()) return 0;
+        if (record.empty()) return reader.error();
         if (store::IsDeleted(record)) continue;
         ++counts.mails;
         if (store::FieldOf(record, store::index_field::kFlags)[store::flag::kRead] == 'r') ++counts.unread;
@@ -184,15 +184,14 @@ int Properties(CommandContext& context, const PropertyOptions& options) {
         newTemplate ? context.TextFile(options.templateFile, kLongest) : std::optional<std::string>("");
     if (!replyTemplate) return kRefused;
 
-    const auto folder = OpenTreeFolder(context, options.folder);
+    auto folder = OpenTreeFolder(context, options.folder);
     if (!folder) return kRefused;
-    const store::FolderFiles files = folder->mailbox().FilesOf(folder->name);
     const bool changes =
         newTemplate || options.soundOption->count() > 0 || options.addressOption->count() > 0;
-    core::WorkspaceLock lock;
+    if (changes && !LockForChange(context, *folder)) return kRefused;
+    const store::FolderFiles files = folder->mailbox().FilesOf(folder->name);
     store::FolderProperties properties;
-    int result = changes ? folder->session->workspace.Lock(true, lock) : 0;
-    if (result == 0) result = store::ReadFolderProperties(files, properties);
+    int result = store::ReadFolderProperties(files, properties);
     if (result < 0) return RefuseProperties(context, result);
     if (!changes) return PrintProperties(context, *folder, properties);
     if (options.soundOption->count() > 0) properties.sound = *sound;

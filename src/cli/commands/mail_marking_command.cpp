@@ -17,15 +17,9 @@ using Mark = std::function<int(store::FolderMarker& marker, int number, const co
 
 /// Marks several mails, with one open and one sync.
 int MarkMails(CommandContext& context, const std::string& typed, const Numbers& numbers, const Mark& mark) {
-    const auto folder = OpenMailFolder(context, typed);
-    if (!folder) return kRefused;
-    core::WorkspaceLock lock;  // so that they are still there when they are marked
-    const int locked = folder->session->workspace.Lock(true, lock);
-    if (locked < 0) {
-        folder->mailbox().ReportFault(folder->name, locked);
-        return kRefused;
-    }
-    if (!AreThere(context, *folder, numbers)) return kRefused;
+    auto folder = OpenMailFolder(context, typed);
+    // Locked, so that they are still there when they are marked.
+    if (!folder || !LockForChange(context, *folder) || !AreThere(context, *folder, numbers)) return kRefused;
     int refused = -1;
     const int marked = folder->mailbox().MarkMany(folder->name, [&](store::FolderMarker& marker) {
         for (const int number : numbers) {
@@ -80,7 +74,8 @@ using Removal = int (*)(const MailFolder& folder, const Numbers& numbers);
 
 int RemoveMails(CommandContext& context, const std::string& typed, const Numbers& numbers, Removal removal) {
     const auto folder = OpenMailFolder(context, typed);
-    if (!folder) return kRefused;
+    // Looked at here as well, to say which one is not there.
+    if (!folder || !AreThere(context, *folder, numbers)) return kRefused;
     return removal(*folder, numbers) < 0 ? kRefused : kDone;
 }
 

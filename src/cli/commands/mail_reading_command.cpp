@@ -6,6 +6,7 @@
 #include "cli/application.h"
 #include "cli/commands/mail_command.h"
 #include "cli/mail_folder.h"
+#include "core/shift_jis.h"
 #include "store/folder_reader.h"
 #include "store/text_record.h"
 
@@ -44,8 +45,9 @@ std::string RowOf(int number, const store::MailListEntry& entry) {
            printable(entry.name.view()) + "  " + printable(entry.subject.view()) + "\n";
 }
 
-/// Prints the rows piece by piece: a folder can hold any number of them.
-int PrintRows(CommandContext& context, store::FolderReader& reader) {
+/// Prints the rows piece by piece: a folder can hold any number of them. A document that a failing disk cuts
+/// off stays without its end, so that no program takes it for the whole list.
+int PrintRows(CommandContext& context, const MailFolder& folder, store::FolderReader& reader) {
     constexpr std::size_t kPieceBytes = 65536;
     std::string piece;
     store::MailListEntry entry;
@@ -65,8 +67,14 @@ int PrintRows(CommandContext& context, store::FolderReader& reader) {
         if (context.Print(piece) != kDone) return kRefused;
         piece.clear();
     }
-    if (context.json) piece += first ? "[]\n" : "\n]\n";
-    return context.Print(piece);
+    const bool whole = !WasFaulty(folder, reader);
+    if (reader.HasShrunk()) {
+        context.Remark({"一覧の途中でフォルダが変更されました。同じメールが重複している場合があります。",
+                        "The folder was changed meanwhile: some mails may be listed twice."});
+    }
+    if (context.json && whole) piece += first ? "[]\n" : "\n]\n";
+    const int printed = context.Print(piece);
+    return whole ? printed : kRefused;
 }
 
 int List(CommandContext& context, const std::string& typed) {
@@ -74,7 +82,7 @@ int List(CommandContext& context, const std::string& typed) {
     if (!folder) return kRefused;
     store::FolderReader reader;
     const int opened = reader.Open(folder->mailbox().FilesOf(folder->name));
-    if (opened == 0) return PrintRows(context, reader);
+    if (opened == 0) return PrintRows(context, *folder, reader);
     if (opened == -ENOENT) return context.Print(context.json ? "[]\n" : "");
     folder->mailbox().ReportFault(folder->name, opened);
     return kRefused;
@@ -84,19 +92,20 @@ struct ShownField {
     const char* key;
     const char* title;
     std::string store::MailRecord::*member;
+    bool severalLines = false;
 };
 
 constexpr ShownField kShownFields[] = {
     {"flags", "Flags", &store::MailRecord::flags},
     {"localId", "Local-Id", &store::MailRecord::localId},
-    {"address", "Address", &store::MailRecord::address},
+    {"address", "Address", &store::MailRecord::address, true},
     {"name", "Name", &store::MailRecord::name},
     {"date", "Date", &store::MailRecord::date},
     {"subject", "Subject", &store::MailRecord::subject},
-    {"attach", "Attach", &store::MailRecord::attach},
-    {"cc", "Cc", &store::MailRecord::cc},
-    {"bcc", "Bcc", &store::MailRecord::bcc},
-    {"extraAddress", "Extra-Address", &store::MailRecord::extraAddress},
+    {"attach", "Attach", &store::MailRecord::attach, true},
+    {"cc", "Cc", &store::MailRecord::cc, true},
+    {"bcc", "Bcc", &store::MailRecord::bcc, true},
+    {"extraAddress", "Extra-Address", &store::MailRecord::extraAddress, true},
     {"sizeText", "Size", &store::MailRecord::sizeText},
     {"sourceId", "Source-Id", &store::MailRecord::sourceId},
     {"messageId", "Message-Id", &store::MailRecord::messageId},
@@ -105,6 +114,24 @@ constexpr ShownField kShownFields[] = {
     {"spare3", "Spare3", &store::MailRecord::spare3},
     {"spare5", "Spare5", &store::MailRecord::spare5},
 };
+
+/// What stands for a line end in a field of several lines, which the files keep on one.
+constexpr std::string_view kFieldLineEnd = "\xA0 ";
+
+/// The field for the eye: its further lines indented, as none of them begins another field. Empty for one that
+/// holds nothing.
+std::string FieldForTheEye(std::string_view value, bool severalLines) {
+    if (!severalLines) return Printable(store::WithoutTrailingBlanks(value));
+    std::string text;
+    std::string_view rest = value;
+    while (!rest.empty()) {
+        const std::size_t end = core::FindText(rest, kFieldLineEnd);
+        const std::string line = Printable(store::WithoutTrailingBlanks(rest.substr(0, end)));
+        if (!line.empty()) text += (text.empty() ? "" : "\n    ") + line;
+        rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + kFieldLineEnd.size());
+    }
+    return text;
+}
 
 int PrintMail(CommandContext& context, int number, const store::MailRecord& record) {
     if (context.json) {
@@ -117,8 +144,8 @@ int PrintMail(CommandContext& context, int number, const store::MailRecord& reco
     }
     std::string text;
     for (const ShownField& field : kShownFields) {
-        const std::string_view value = store::WithoutTrailingBlanks(record.*field.member);
-        if (!value.empty()) text += std::string(field.title) + ": " + Printable(value) + "\n";
+        const std::string value = FieldForTheEye(record.*field.member, field.severalLines);
+        if (!value.empty()) text += std::string(field.title) + ": " + value + "\n";
     }
     return context.Print(text + "\n" + Printable(record.body, LineEnds::Kept));
 }
@@ -139,6 +166,7 @@ int Show(CommandContext& context, const std::string& typed, int number, bool raw
     }
     store::MailRecord record;
     const auto condition = reader.ReadMail(number, store::MAIL_BODY_MAX - store::kReadHeadroomBytes, record);
+    if (WasFaulty(*folder, reader)) return kRefused;
     if (condition == store::FolderReader::Condition::Damaged) {
         return context.Refuse(
             {"メール {} は壊れているため読めません。", "Mail {} is damaged and cannot be read."},
@@ -163,7 +191,9 @@ int Find(CommandContext& context, const std::string& typed, const std::string& t
         return kRefused;
     }
     const int number = opened == 0 ? reader.FindMail(*localId) : -1;
-    if (number < 0 || store::IsDeleted(reader.IndexRecord(number))) {
+    const bool found = number >= 0 && !store::IsDeleted(reader.IndexRecord(number));
+    if (opened == 0 && WasFaulty(*folder, reader)) return kRefused;
+    if (!found) {
         return context.Refuse({"識別子 {} のメールはありません。", "There is no mail of identifier {}."},
                               typedId);
     }

@@ -16,29 +16,28 @@ namespace {
 
 using store::MailRecord;
 
-/// A header line that is longer cannot be read back.
-constexpr std::size_t kLongestLine = 65535;
-constexpr std::size_t kLongestFlags = 50;
+constexpr std::size_t kLongestId = 50;
 
+/// An option for a header line. `longest` is what every program that reads the files has room for, in bytes.
 struct HeaderOption {
     const char* option;
     const char* type;
     std::string MailRecord::*member;
+    std::size_t longest;
     Bilingual about;
-    std::size_t longest = kLongestLine;
 };
 
 constexpr std::array<HeaderOption, 10> kHeaderOptions = {{
-    {"--flags", "F", &MailRecord::flags, {"フラグ", "the flags"}, kLongestFlags},
-    {"--address", "A", &MailRecord::address, {"差出人または宛先", "the sender or the recipients"}},
-    {"--name", "T", &MailRecord::name, {"名前", "the name"}},
-    {"--date", "D", &MailRecord::date, {"日付（YY/MM/DD HH:MM）", "the date, YY/MM/DD HH:MM"}, kLongestFlags},
-    {"--subject", "S", &MailRecord::subject, {"題名", "the subject"}},
-    {"--attach", "A", &MailRecord::attach, {"添付ファイル名", "names of attached files"}},
-    {"--cc", "C", &MailRecord::cc, {"カーボンコピー", "carbon copies"}},
-    {"--bcc", "B", &MailRecord::bcc, {"ブラインドカーボンコピー", "blind carbon copies"}},
-    {"--extra-address", "E", &MailRecord::extraAddress, {"追加アドレス", "extra addresses"}},
-    {"--message-id", "M", &MailRecord::messageId, {"メッセージ識別子", "the message identifier"}},
+    {"--flags", "F", &MailRecord::flags, 50, {"フラグ", "the flags"}},
+    {"--address", "A", &MailRecord::address, 2499, {"差出人または宛先", "the sender or the recipients"}},
+    {"--name", "T", &MailRecord::name, 511, {"名前", "the name"}},
+    {"--date", "D", &MailRecord::date, 50, {"日付（YY/MM/DD HH:MM）", "the date, YY/MM/DD HH:MM"}},
+    {"--subject", "S", &MailRecord::subject, 513, {"題名", "the subject"}},
+    {"--attach", "A", &MailRecord::attach, 999, {"添付ファイル名", "names of attached files"}},
+    {"--cc", "C", &MailRecord::cc, 2499, {"カーボンコピー", "carbon copies"}},
+    {"--bcc", "B", &MailRecord::bcc, 2499, {"ブラインドカーボンコピー", "blind carbon copies"}},
+    {"--extra-address", "E", &MailRecord::extraAddress, 1023, {"追加アドレス", "extra addresses"}},
+    {"--message-id", "M", &MailRecord::messageId, 99, {"メッセージ識別子", "the message identifier"}},
 }};
 
 /// What was typed for a mail that is to be written.
@@ -53,8 +52,7 @@ struct MailOptions {
     Value body;
 };
 
-/// The mail with what was given put in place; the body's end is that which it gets in the file. Returns the
-/// exit status.
+/// Checks what was given, and reads the body; the fields that were not given stay as they are. Returns the exit status.
 int TakeOptions(CommandContext& context, const MailOptions& options, MailRecord& record) {
     for (std::size_t at = 0; at < kHeaderOptions.size(); ++at) {
         const HeaderOption& header = kHeaderOptions[at];
@@ -88,6 +86,24 @@ int TakeOptions(CommandContext& context, const MailOptions& options, MailRecord&
     return kDone;
 }
 
+/// Puts what was given into a mail.
+void Apply(const MailOptions& options, const MailRecord& given, MailRecord& record) {
+    for (std::size_t at = 0; at < kHeaderOptions.size(); ++at) {
+        const auto member = kHeaderOptions[at].member;
+        if (options.header[at].option->count() > 0) record.*member = given.*member;
+    }
+    if (options.body.option->count() > 0) record.body = given.body;
+}
+
+/// Mails in a folder that the tree has not are easily overlooked.
+void RemarkOnTree(CommandContext& context, const MailFolder& folder) {
+    if (folder.name == store::kClipboardFolder) return;
+    if (folder.folders().tree().Find(folder.name) != nullptr) return;
+    context.Remark({"フォルダ {} はフォルダツリーにないため、フォルダの一覧には表示されません。",
+                    "The folder {} is not in the folder tree, so the list of folders does not show it."},
+                   Utf8Bytes(folder.name));
+}
+
 int PrintWritten(CommandContext& context, const MailFolder& folder, int number, const MailRecord& record) {
     if (context.json) {
         return context.PrintJson(
@@ -101,14 +117,17 @@ int Add(CommandContext& context, const MailOptions& options) {
     record.flags = store::kComposedMailFlags;
     const int taken = TakeOptions(context, options, record);
     if (taken != kDone) return taken;
-    const auto folder = OpenMailFolder(context, options.folder);
-    if (!folder) return kRefused;
+    auto folder = OpenMailFolder(context, options.folder);
+    if (!folder || !LockForChange(context, *folder)) return kRefused;
     constexpr std::size_t kDate = 3;
     static_assert(kHeaderOptions[kDate].member == &MailRecord::date);
     if (options.header[kDate].option->count() == 0) {
         record.date = core::FormatNowDate(folder->session->clock);
     }
     store::Mailbox& mailbox = folder->mailbox();
+    if (folder->name == store::kClipboardFolder && folder->session->program.PrepareClipboard() < 0) {
+        return kRefused;
+    }
     const auto writer = mailbox.OpenWriter(folder->name);
     if (writer == nullptr) return kRefused;
     const int number = writer->nextRecordNumber();
@@ -118,6 +137,7 @@ int Add(CommandContext& context, const MailOptions& options) {
         return kRefused;
     }
     if (mailbox.Commit(*writer, folder->name) < 0) return kRefused;
+    RemarkOnTree(context, *folder);
     return PrintWritten(context, *folder, number, record);
 }
 
@@ -128,7 +148,7 @@ int RefuseUnknown(CommandContext& context, const std::string& localId) {
 
 /// Puts the options into the mail that is there: what is not given stays.
 int ReplaceFound(CommandContext& context, const MailOptions& options, const MailFolder& folder,
-                 const std::string& localId) {
+                 const std::string& localId, const MailRecord& given) {
     store::FolderReader reader;
     const int opened = reader.Open(folder.mailbox().FilesOf(folder.name));
     if (opened == -ENOENT) return RefuseUnknown(context, options.localId);
@@ -137,36 +157,34 @@ int ReplaceFound(CommandContext& context, const MailOptions& options, const Mail
         return kRefused;
     }
     const int number = reader.FindMail(localId);
-    if (number < 0 || store::IsDeleted(reader.IndexRecord(number))) {
-        return RefuseUnknown(context, options.localId);
-    }
+    const bool found = number >= 0 && !store::IsDeleted(reader.IndexRecord(number));
+    if (WasFaulty(folder, reader)) return kRefused;
+    if (!found) return RefuseUnknown(context, options.localId);
     MailRecord record;
     const auto condition = reader.ReadMail(number, store::MAIL_BODY_MAX - store::kReadHeadroomBytes, record);
+    if (WasFaulty(folder, reader)) return kRefused;
     if (condition != store::FolderReader::Condition::Whole && options.body.option->count() == 0) {
         return context.Refuse({"メール {} は壊れています。本文も指定してください。",
                                "Mail {} is damaged; give it a body as well."},
                               std::to_string(number));
     }
-    const int taken = TakeOptions(context, options, record);
-    if (taken != kDone) return taken;
+    Apply(options, given, record);
     record.localId = localId;
     if (folder.mailbox().ReplaceMail(folder.name, number, record) < 0) return kRefused;
     return PrintWritten(context, folder, number, record);
 }
 
 int Replace(CommandContext& context, const MailOptions& options) {
-    const auto localId = context.LineValue("LOCALID", options.localId, kLongestFlags);
+    const auto localId = context.LineValue("LOCALID", options.localId, kLongestId);
     if (!localId) return kRefused;
     if (localId->find_first_not_of(' ') == std::string::npos) return RefuseUnknown(context, options.localId);
-    const auto folder = OpenMailFolder(context, options.folder);
-    if (!folder) return kRefused;
-    core::WorkspaceLock lock;
-    const int locked = folder->session->workspace.Lock(true, lock);
-    if (locked < 0) {
-        folder->mailbox().ReportFault(folder->name, locked);
-        return kRefused;
-    }
-    return ReplaceFound(context, options, *folder, *localId);
+    // The body may come from somebody who types it: nobody waits for that.
+    MailRecord given;
+    const int taken = TakeOptions(context, options, given);
+    if (taken != kDone) return taken;
+    auto folder = OpenMailFolder(context, options.folder);
+    if (!folder || !LockForChange(context, *folder)) return kRefused;
+    return ReplaceFound(context, options, *folder, *localId, given);
 }
 
 void AddMailOptions(CLI::App& command, CommandContext& context, MailOptions& options) {

@@ -149,6 +149,15 @@ std::optional<Change> ChangeText(CommandContext& context, Session& session, cons
     return Change{.inEnvironment = field != nullptr, .corrected = line.text(settings) != *value};
 }
 
+/// The number of the bank whose directory the setting names; nothing for another setting.
+std::optional<int> BankOf(const SettingLine& line, core::Settings& settings) {
+    if (line.kind == Kind::Integer) return std::nullopt;
+    for (std::size_t bank = 0; bank < settings.mailBoxPathName.size(); ++bank) {
+        if (&line.text(settings) == &settings.mailBoxPathName[bank]) return static_cast<int>(bank);
+    }
+    return std::nullopt;
+}
+
 int Set(CommandContext& context, const std::string& key, const std::string& typed) {
     const SettingLine* line = FindLine(context, key);
     if (line == nullptr) return kRefused;
@@ -159,6 +168,8 @@ int Set(CommandContext& context, const std::string& key, const std::string& type
     const auto change = line->kind == Kind::Integer ? ChangeInteger(context, settings, *line, key, typed)
                                                     : ChangeText(context, *session, *line, key, typed);
     if (!change) return kRefused;
+    const auto bank = BankOf(*line, settings);
+    if (bank && session->program.folders().MakeBankDirectory(*bank) < 0) return kRefused;
     // The settings first: what stands there of an environment has no effect until the environment says the
     // same.
     if (session->program.SaveSettings() < 0) return kRefused;
