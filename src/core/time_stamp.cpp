@@ -44,10 +44,25 @@ IdentifierMaker::IdentifierMaker(const Clock& clock)
     : clock_(&clock), mailSerial_(clock.ProcessNumber() % (kLastSerial + 1)) {
 }
 
+std::uint32_t IdentifierMaker::TicksOfNextKey() {
+    const auto now = static_cast<std::uint32_t>(clock_->TickCount().count());
+    // The count wraps after 49 days.
+    const bool isLater = static_cast<std::int32_t>(now - keyTicks_) > 0;
+    if (keysWithTicks_ == 0 || isLater) {
+        keyTicks_ = now;
+        keysWithTicks_ = 0;
+    } else if (keysWithTicks_ > kLastSerial) {
+        ++keyTicks_;
+        keysWithTicks_ = 0;
+    }
+    ++keysWithTicks_;
+    return keyTicks_;
+}
+
 std::string IdentifierMaker::MakeMailKey() {
     if (mailSerial_ > kLastSerial) mailSerial_ = 0;
     // The tick count is a 32-bit one and "%d" prints it signed: after 25 days of running it is negative.
-    const auto ticks = static_cast<std::int32_t>(static_cast<std::uint32_t>(clock_->TickCount().count()));
+    const auto ticks = static_cast<std::int32_t>(TicksOfNextKey());
     return FormatNowStamp(*clock_) + Format("-%d-%u", ticks, mailSerial_++);
 }
 

@@ -22,7 +22,7 @@ class IdentifierMaker {
     explicit IdentifierMaker(const Clock& clock);
 
     /// The unique key of a stored mail, "%s-%d-%d": `FormatNowStamp`, the tick count in milliseconds, and a
-    /// serial number that runs from 0 to 999 and wraps. It begins at the process's number, so that two programs do not
+    /// serial number that runs from 0 to 999 and wraps; the tick count goes on then, should the time not have. It begins at the process's number, so that two programs do not
     /// make one key in one millisecond.
     [[nodiscard]] std::string MakeMailKey();
 
@@ -31,8 +31,13 @@ class IdentifierMaker {
     [[nodiscard]] std::string MakeMessageId(std::string_view userId);
 
   private:
+    /// The tick count of the next key: the present one, unless all serial numbers were used with it.
+    [[nodiscard]] std::uint32_t TicksOfNextKey();
+
     const Clock* clock_;
     unsigned mailSerial_;
+    std::uint32_t keyTicks_ = 0;
+    unsigned keysWithTicks_ = 0;
     std::uint16_t messageCounter_ = 0;
 };
 

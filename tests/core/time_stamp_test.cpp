@@ -27,15 +27,22 @@ TEST_F(TimeStampTest, Formats) {
 TEST_F(TimeStampTest, MailKeysCountToAThousandAndBeginAgain) {
     for (int serial = 0; serial <= 999; ++serial)
         ASSERT_EQ(maker.MakeMailKey(), "970124080509-1000-" + std::to_string(serial));
-    EXPECT_EQ(maker.MakeMailKey(), "970124080509-1000-0");
+    for (int serial = 0; serial <= 999; ++serial)
+        ASSERT_EQ(maker.MakeMailKey(), "970124080509-1001-" + std::to_string(serial))
+            << "no key is made twice";
+    EXPECT_EQ(maker.MakeMailKey(), "970124080509-1002-0");
     EXPECT_EQ(IdentifierMaker(clock).MakeMailKey(), "970124080509-1000-0") << "each has its own counter";
+    clock.processNumber = 4321;
+    EXPECT_EQ(IdentifierMaker(clock).MakeMailKey(), "970124080509-1000-321") << "another program's";
     // The tick count is a signed one of 32 bits.
     clock.ticks = std::chrono::milliseconds(0x7FFFFFFF);
     EXPECT_EQ(maker.MakeMailKey(), "970124080509-2147483647-1");
     clock.ticks = std::chrono::milliseconds(0x80000000);
     EXPECT_EQ(maker.MakeMailKey(), "970124080509--2147483648-2");
+    clock.ticks = std::chrono::milliseconds(0xFFFFFFFF);
+    EXPECT_EQ(maker.MakeMailKey(), "970124080509--1-3");
     clock.ticks = std::chrono::milliseconds(0x100000005);
-    EXPECT_EQ(maker.MakeMailKey(), "970124080509-5-3");
+    EXPECT_EQ(maker.MakeMailKey(), "970124080509-5-4");
 }
 
 TEST_F(TimeStampTest, MessageIdsCountInHexadecimal) {
