@@ -9,6 +9,7 @@
 #include "cli/commands/environments_command.h"
 #include "cli/commands/folders_command.h"
 #include "cli/commands/mail_command.h"
+#include "cli/commands/script_command.h"
 #include "cli/commands/settings_command.h"
 #include "cli/completion.h"
 
@@ -90,6 +91,7 @@ int RunPostkite(std::vector<std::string> arguments, core::FileSystem& fileSystem
     AddFoldersCommand(application, context);
     AddCompactCommand(application, context);
     AddMailCommand(application, context);
+    AddScriptCommand(application, context);
     if (context.language() == core::Language::Japanese) HeadInJapanese(application);
     if (!arguments.empty() && arguments.front() == kCompleteCommand) {
         return PrintCompletions(application, context, std::move(arguments));

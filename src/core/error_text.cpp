@@ -36,6 +36,14 @@ constexpr Phrase kPhrases[] = {
      "it has an older layout and must be converted first"},
     {-ENODATA, "本文のファイルがありません"_sjis, "the file of its texts is missing"},
     {-EMSGSIZE, "メールが大きすぎます"_sjis, "the mail is too large"},
+    {-EBUSY, "ほかのプログラムが使用中です"_sjis, "another program is using it"},
+    {-ENOTTY, "通信ポートではありません"_sjis, "it is not a serial port"},
+    {-ENXIO, "装置がありません"_sjis, "there is no such device"},
+    {-ENODEV, "装置がありません"_sjis, "there is no such device"},
+    {-ECONNREFUSED, "接続を拒否されました"_sjis, "the connection was refused"},
+    {-ECONNRESET, "接続が切れました"_sjis, "the connection was lost"},
+    {-ETIMEDOUT, "応答がありません"_sjis, "there was no answer"},
+    {-EHOSTUNREACH, "相手に到達できません"_sjis, "the host cannot be reached"},
     {-EIO, "ディスクの読み書きに失敗しました"_sjis, "the disk failed"},
 };
 

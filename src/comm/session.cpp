@@ -1,0 +1,247 @@
+#include "comm/session.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "core/error_log.h"
+#include "core/error_text.h"
+#include "core/shift_jis.h"
+
+namespace postkite::comm {
+
+using namespace core::literals;
+
+namespace {
+
+constexpr std::string_view kErrorCaption = "Error message";
+constexpr int kLogOffLineOfScriptD = 65;
+
+/// A modem takes "+++" for a command only with a second of silence on either side.
+constexpr int kGuardTicks = 6;
+constexpr int kTicksToDrain = 10;
+
+}  // namespace
+
+Session::Session(SerialPort& port, core::Workspace& workspace, const core::Settings& settings,
+                 core::UserInterface& ui, const core::Clock& clock, SessionPartners& partners)
+    : workspace_(&workspace),
+      settings_(&settings),
+      ui_(&ui),
+      line_(port, workspace, settings, ui, clock),
+      interpreter_(line_, script_, workspace, settings, ui, partners) {
+}
+
+Session::~Session() {
+    HangUp();
+}
+
+int Session::Begin(Start start, const std::string& device, PatrolLists lists, const ScriptLines* script) {
+    if (running()) return -1;
+    const int logOffLine = LoadScript(script);
+    if (start == Start::ReceiveOnly) {
+        const int error = workspace_->Remove(kMailQueueFile);
+        if (error < 0 && error != -ENOENT && error != -ENOTDIR) {
+            core::LogError(*workspace_, std::string(kMailQueueFile) + ": " +
+                                            core::DescribeError(error, core::Language::English));
+        }
+    } else {
+        interpreter_.queue().Open(*workspace_);
+    }
+    if (line_.OpenLine(device) < 0) {
+        interpreter_.End();
+        RefuseToBegin(start, device);
+        return -1;
+    }
+    line_.monitor().ClearMonitor();
+    line_.ring().RingClear();
+    line_.captures().switches = CaptureSwitches{};
+    line_.mailCaptureArmed = false;
+    interpreter_.Begin(std::move(lists), logOffLine);
+    loggingOff_ = false;
+    disconnectAsked_ = false;
+    hangUpAsked_ = false;
+    phase_ = Phase::Script;
+    return 0;
+}
+
+/// Returns where the log-off begins, 0 when the script has none.
+int Session::LoadScript(const ScriptLines* script) {
+    if (script == nullptr) {
+        const BuiltInScript chosen = ChooseScript(*settings_);
+        script_.Load(BuiltInScriptLines(chosen), settings_->fenicsLoad);
+        return chosen == BuiltInScript::D ? kLogOffLineOfScriptD : kLogOffLine;
+    }
+    script_.Load(*script, settings_->fenicsLoad);
+    // Behind its end the table holds the lines of an earlier script.
+    const auto end = std::find_if(script->begin(), script->end(),
+                                  [](const std::string& line) { return EndsScript(line); });
+    const bool hasLogOff = end - script->begin() >= kLogOffLine && !(*script)[kLogOffLine].empty();
+    return hasLogOff ? kLogOffLine : 0;
+}
+
+void Session::RefuseToBegin(Start start, const std::string& device) {
+    core::LogError(*workspace_,
+                   "OpenLine " + device + ": " + core::DescribeError(line_.error(), core::Language::English));
+    if (start == Start::ReceiveOnly && settings_->autoMode != 0) return;
+    ui_->ShowMessage(kErrorCaption, "通信ポートをオープン出来ませんでした。"_sjis,
+                     core::MessageIcon::Information);
+}
+
+int Session::Tick() {
+    if (inTick_) return kSessionGoesOn;
+    inTick_ = true;
+    const int result = TickPhase();
+    inTick_ = false;
+    if (disconnectAsked_) Disconnect();
+    if (hangUpAsked_) HangUp();
+    if (const auto message = interpreter_.TakeMessage()) {
+        ui_->ShowMessage(message->caption, message->text, core::MessageIcon::Information);
+    }
+    if (result != kSessionGoesOn) Report(result);
+    return result;
+}
+
+int Session::TickPhase() {
+    switch (phase_) {
+        case Phase::Idle:
+            break;
+        case Phase::Script:
+            return RunScript();
+        case Phase::Closing:
+            return GoOnClosing();
+    }
+    return kSessionGoesOn;
+}
+
+int Session::RunScript() {
+    if (line_.PollReceive(received_) < 0) {
+        interpreter_.End();
+        result_ = kSessionLineLost;
+        return Finish();
+    }
+    if (!received_.empty()) {
+        line_.ring().RingAppend(received_);
+        interpreter_.Heard(received_);
+    }
+    if (line_.mailCaptureArmed && line_.received()) interpreter_.HostIsAlive();
+    const int result = interpreter_.Step();
+    if (result == kSessionGoesOn) return kSessionGoesOn;
+    BeginClosing(result, result < 0 && interpreter_.callMayBeUp());
+    return GoOnClosing();
+}
+
+void Session::BeginClosing(int result, bool hangUp) {
+    phase_ = Phase::Closing;
+    result_ = result;
+    hangUp_ = hangUp;
+    closingTicks_ = 0;
+    SaveCaptures();
+}
+
+int Session::GoOnClosing() {
+    // The first time, the line has been polled in this tick already.
+    if (closingTicks_ > 0 && line_.PollReceive(received_) < 0) return Finish();
+    const int tick = closingTicks_++;
+    int drainsFrom = 0;
+    if (hangUp_) {
+        if (tick == kGuardTicks) line_.SendText("+++");
+        if (tick == 2 * kGuardTicks) line_.SendText("ATH\r");
+        drainsFrom = 2 * kGuardTicks + 1;
+    }
+    const bool drained = line_.OutputDrained() == 0;
+    if (tick < drainsFrom || (!drained && tick < drainsFrom + kTicksToDrain)) return kSessionGoesOn;
+    return Finish();
+}
+
+void Session::SaveCaptures() {
+    line_.captures().FlushCapture();
+    // The captures tell the user themselves.
+    if (const int error = line_.captures().Sync(); error < 0) {
+        core::LogError(*workspace_, "session: " + core::DescribeError(error, core::Language::English));
+    }
+}
+
+int Session::Finish() {
+    SaveCaptures();
+    line_.CloseLine();
+    phase_ = Phase::Idle;
+    return result_;
+}
+
+std::string Session::TextFor(int result) const {
+    const auto choose = [this](std::string_view japanese, std::string_view english) {
+        return std::string(core::Choose(*ui_, japanese, english));
+    };
+    if (result == kSessionLineLost) {
+        return choose("通信ポートが使えなくなったため、通信を中断しました。"_sjis,
+                      "The serial port has gone away. The session was broken off.") +
+               "\r\n" + core::DescribeError(line_.error(), ui_->language());
+    }
+    switch (interpreter_.ending()) {
+        case Interpreter::Ending::TimeOut:
+            if (result == -2 || result == -3) {
+                return choose("モデムが応答しないため、通信を中断しました。"_sjis,
+                              "The modem does not answer. The session was broken off.");
+            }
+            return choose("ホストが応答しないため、通信を中断しました。"_sjis,
+                          "The host does not answer. The session was broken off.");
+        case Interpreter::Ending::NowhereToGo:
+            return choose("接続スクリプトに続きの行がないため、通信を中断しました。"_sjis,
+                          "The connection script has no line to go on with. The session was broken off.");
+        case Interpreter::Ending::Busy:
+            return choose("話し中のため、接続できませんでした。"_sjis, "The line is busy.");
+        default:
+            // The end says nothing, and what the script gave up it has said itself.
+            return {};
+    }
+}
+
+void Session::Report(int result) {
+    std::string text = TextFor(result);
+    if (result < 0) {
+        core::LogError(*workspace_, "session: result " + std::to_string(result) + ", line " +
+                                        std::to_string(interpreter_.lastLine()));
+        if (settings_->errorSound != 0 && !settings_->errorSoundFile.empty()) {
+            ui_->PlaySoundFile(settings_->errorSoundFile);
+        }
+    }
+    if (const int unmarked = interpreter_.unmarked(); unmarked > 0) {
+        if (!text.empty()) text += "\r\n";
+        text += core::Choose(*ui_, "送信済みの印を付けられなかったメール: "_sjis,
+                             "Mails that were sent and could not be marked as sent: ");
+        text += std::to_string(unmarked);
+    }
+    if (!text.empty() && settings_->autoMode == 0) {
+        ui_->ShowMessage(kErrorCaption, text, core::MessageIcon::Information);
+    }
+}
+
+void Session::Disconnect() {
+    if (inTick_) {
+        disconnectAsked_ = true;
+        return;
+    }
+    disconnectAsked_ = false;
+    if (phase_ != Phase::Script || loggingOff_) return;
+    loggingOff_ = true;
+    if (interpreter_.Disconnect()) return;
+    const bool callMayBeUp = interpreter_.callMayBeUp();
+    interpreter_.End();
+    BeginClosing(kSessionEnded, callMayBeUp);
+}
+
+void Session::HangUp() {
+    if (inTick_) {
+        hangUpAsked_ = true;
+        return;
+    }
+    hangUpAsked_ = false;
+    if (phase_ == Phase::Idle) return;
+    interpreter_.End();
+    SaveCaptures();
+    line_.CloseLine();
+    phase_ = Phase::Idle;
+}
+
+}  // namespace postkite::comm
