@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
 
 namespace postkite::core {
 
@@ -27,9 +26,6 @@ class Clock {
 
     /// Time since the system was started; never goes back.
     [[nodiscard]] virtual std::chrono::milliseconds TickCount() const = 0;
-
-    /// A number that no other program has that runs at the same time.
-    [[nodiscard]] virtual std::uint32_t ProcessNumber() const = 0;
 };
 
 }  // namespace postkite::core

@@ -1,7 +1,5 @@
 #include "core/system_clock.h"
 
-#include <unistd.h>
-
 #include <ctime>
 
 namespace postkite::core {
@@ -18,10 +16,6 @@ std::chrono::milliseconds SystemClock::TickCount() const {
     clock_gettime(CLOCK_BOOTTIME, &sinceStart);
     return std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::seconds(sinceStart.tv_sec) + std::chrono::nanoseconds(sinceStart.tv_nsec));
-}
-
-std::uint32_t SystemClock::ProcessNumber() const {
-    return static_cast<std::uint32_t>(getpid());
 }
 
 }  // namespace postkite::core

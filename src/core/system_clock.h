@@ -9,7 +9,6 @@ class SystemClock final : public Clock {
   public:
     [[nodiscard]] LocalTime Now() const override;
     [[nodiscard]] std::chrono::milliseconds TickCount() const override;
-    [[nodiscard]] std::uint32_t ProcessNumber() const override;
 };
 
 }  // namespace postkite::core

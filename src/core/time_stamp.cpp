@@ -1,6 +1,7 @@
 #include "core/time_stamp.h"
 
 #include <array>
+#include <charconv>
 #include <cstdio>
 
 #include "core/shift_jis.h"
@@ -17,6 +18,11 @@ std::string Format(const char* format, Values... values) {
 }
 
 constexpr unsigned kLastSerial = 999;
+
+/// Of two tick counts, which wrap after 49 days.
+bool IsLater(std::uint32_t ticks, std::uint32_t than) {
+    return static_cast<std::int32_t>(ticks - than) > 0;
+}
 
 int TwoDigitYear(const LocalTime& time) {
     return time.year % 100;
@@ -40,30 +46,42 @@ std::string FormatNowStamp(const Clock& clock) {
                   now.second);
 }
 
-IdentifierMaker::IdentifierMaker(const Clock& clock)
-    : clock_(&clock), mailSerial_(clock.ProcessNumber() % (kLastSerial + 1)) {
-}
-
 std::uint32_t IdentifierMaker::TicksOfNextKey() {
     const auto now = static_cast<std::uint32_t>(clock_->TickCount().count());
-    // The count wraps after 49 days.
-    const bool isLater = static_cast<std::int32_t>(now - keyTicks_) > 0;
-    if (keysWithTicks_ == 0 || isLater) {
+    if (!keyTicks_ || IsLater(now, *keyTicks_)) {
         keyTicks_ = now;
         keysWithTicks_ = 0;
     } else if (keysWithTicks_ > kLastSerial) {
-        ++keyTicks_;
+        ++*keyTicks_;
         keysWithTicks_ = 0;
     }
     ++keysWithTicks_;
-    return keyTicks_;
+    return *keyTicks_;
+}
+
+void IdentifierMaker::KeepClearOf(std::string_view key) {
+    if (key == lastKey_) return;
+    const std::size_t stampEnd = key.find('-');
+    if (stampEnd == std::string_view::npos) return;
+    const std::string_view number = key.substr(stampEnd + 1);
+    std::int32_t ticks = 0;
+    if (std::from_chars(number.data(), number.data() + number.size(), ticks).ec != std::errc()) return;
+    const auto next = static_cast<std::uint32_t>(ticks) + 1;
+    const auto now = static_cast<std::uint32_t>(clock_->TickCount().count());
+    // An older key, or one from before the system was started anew, is no danger.
+    constexpr std::uint32_t kSoonMilliseconds = 10'000;
+    if (!IsLater(next, now) || next - now > kSoonMilliseconds) return;
+    if (keyTicks_ && !IsLater(next, *keyTicks_)) return;
+    keyTicks_ = next;
+    keysWithTicks_ = 0;
 }
 
 std::string IdentifierMaker::MakeMailKey() {
     if (mailSerial_ > kLastSerial) mailSerial_ = 0;
     // The tick count is a 32-bit one and "%d" prints it signed: after 25 days of running it is negative.
     const auto ticks = static_cast<std::int32_t>(TicksOfNextKey());
-    return FormatNowStamp(*clock_) + Format("-%d-%u", ticks, mailSerial_++);
+    lastKey_ = FormatNowStamp(*clock_) + Format("-%d-%u", ticks, mailSerial_++);
+    return lastKey_;
 }
 
 std::string IdentifierMaker::MakeMessageId(std::string_view userId) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,12 +20,14 @@ namespace postkite::core {
 /// program. Borrows the clock.
 class IdentifierMaker {
   public:
-    explicit IdentifierMaker(const Clock& clock);
+    explicit IdentifierMaker(const Clock& clock) : clock_(&clock) {}
 
     /// The unique key of a stored mail, "%s-%d-%d": `FormatNowStamp`, the tick count in milliseconds, and a
-    /// serial number that runs from 0 to 999 and wraps; the tick count goes on then, should the time not have. It begins at the process's number, so that two programs do not
-    /// make one key in one millisecond.
+    /// serial number that runs from 0 to 999 and wraps; the tick count goes on then, should the time not have.
     [[nodiscard]] std::string MakeMailKey();
+
+    /// Makes no key any more like `key`, which another program may have made in this very moment.
+    void KeepClearOf(std::string_view key);
 
     /// The identifier of a mail written here, "<%s.%04X%s>": the local time as "%y%m%d%H%M", a counter that
     /// starts at 1, and the part of `userId` from its first "@" on, or all of it when it has none.
@@ -35,9 +38,10 @@ class IdentifierMaker {
     [[nodiscard]] std::uint32_t TicksOfNextKey();
 
     const Clock* clock_;
-    unsigned mailSerial_;
-    std::uint32_t keyTicks_ = 0;
+    unsigned mailSerial_ = 0;
+    std::optional<std::uint32_t> keyTicks_;
     unsigned keysWithTicks_ = 0;
+    std::string lastKey_;
     std::uint16_t messageCounter_ = 0;
 };
 

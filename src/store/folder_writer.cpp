@@ -69,7 +69,18 @@ int FolderWriter::Open(const FolderFiles& files) {
     // A torn last record is written over by the next one.
     const auto whole = static_cast<std::uint64_t>(indexSize) / kIndexRecordBytes * kIndexRecordBytes;
     oldIndexBytes_ = indexBytes_ = whole;
-    return LookForTornText();
+    const int looked = LookForLastIdentifier();
+    return looked < 0 ? looked : LookForTornText();
+}
+
+/// Another program may have appended in this very millisecond.
+int FolderWriter::LookForLastIdentifier() {
+    if (oldIndexBytes_ == 0) return 0;
+    std::string record(kIndexRecordBytes, '\0');
+    const std::int64_t count = index_->ReadAt(oldIndexBytes_ - kIndexRecordBytes, record);
+    if (count < 0) return static_cast<int>(count);
+    identifiers_->KeepClearOf(WithoutTrailingBlanks(FieldOf(record, index_field::kLocalId)));
+    return 0;
 }
 
 /// A crash can have torn the last text. It is closed, so that it does not go on with the mail that is appended, and says

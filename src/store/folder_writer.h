@@ -50,6 +50,7 @@ class FolderWriter {
     };
 
     [[nodiscard]] int AddText(MailRecord& record, std::string& indexRecord);
+    [[nodiscard]] int LookForLastIdentifier();
     [[nodiscard]] int LookForTornText();
     [[nodiscard]] int FlushBoth();
     [[nodiscard]] int PutOverwriting();

@@ -32,8 +32,11 @@ TEST_F(TimeStampTest, MailKeysCountToAThousandAndBeginAgain) {
             << "no key is made twice";
     EXPECT_EQ(maker.MakeMailKey(), "970124080509-1002-0");
     EXPECT_EQ(IdentifierMaker(clock).MakeMailKey(), "970124080509-1000-0") << "each has its own counter";
-    clock.processNumber = 4321;
-    EXPECT_EQ(IdentifierMaker(clock).MakeMailKey(), "970124080509-1000-321") << "another program's";
+    IdentifierMaker other(clock);
+    for (const char* key :
+         {"970124080509-1000-5", "970124080509-999-1", "970124080509-99999-1", "", "1-", "-x"})
+        other.KeepClearOf(key);
+    EXPECT_EQ(other.MakeMailKey(), "970124080509-1001-0") << "another program's first";
     // The tick count is a signed one of 32 bits.
     clock.ticks = std::chrono::milliseconds(0x7FFFFFFF);
     EXPECT_EQ(maker.MakeMailKey(), "970124080509-2147483647-1");

@@ -9,11 +9,9 @@ class FixedClock final : public core::Clock {
   public:
     [[nodiscard]] core::LocalTime Now() const override { return now; }
     [[nodiscard]] std::chrono::milliseconds TickCount() const override { return ticks; }
-    [[nodiscard]] std::uint32_t ProcessNumber() const override { return processNumber; }
 
     core::LocalTime now = {1997, 1, 24, 8, 5, 9};
     std::chrono::milliseconds ticks{1000};
-    std::uint32_t processNumber = 0;
 };
 
 }  // namespace postkite::support
