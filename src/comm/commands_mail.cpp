@@ -73,7 +73,7 @@ int Interpreter::MailLogOn(const ScriptFields&) {
                                       "The capture file maillog.txt cannot be made."));
         text += "\r\n" + core::DescribeError(error, ui_->language());
         GoToLogOff();
-        Tell("Error", text);
+        Tell(core::kProductName, text);
         return kSessionGoesOn;
     }
     captures.FlushCapture();
@@ -202,14 +202,18 @@ int Interpreter::CheckSendEnd(const ScriptFields&) {
     return kSessionGoesOn;
 }
 
+/// The host forgets a mail with the command that follows, so what has been received of it goes into the capture
+/// file first. False where the disk does not take it.
+bool Interpreter::MailIsInFile() {
+    CaptureLogs& captures = line_->captures();
+    captures.WritePending();
+    return !captures.HasTrouble();
+}
+
 int Interpreter::WaitAction(const ScriptFields&) {
     if (Arrived("action:")) state_.answerOwed = true;
     if (state_.answerOwed) {
-        CaptureLogs& captures = line_->captures();
-        // The host forgets the mail with this answer, so it goes into the capture file first: as a chunk
-        // would of which nothing is left, but which is too long for what has been received to go on waiting.
-        captures.Take({}, CaptureLogs::kMostPendingBytes + 1);
-        if (captures.HasTrouble()) return kSessionGoesOn;
+        if (!MailIsInFile()) return kSessionGoesOn;
         state_.answerOwed = false;
         Send("DELETE\r");
         SetTimeOut(kSecondsForHost);
@@ -224,7 +228,9 @@ int Interpreter::WaitSp1(const ScriptFields&) {
     if (AnyArrived(kMailMenuPrompts)) {
         Advance();
         SetTimeOut(kSecondsAfterPrompt);
-    } else if (AnyArrived(kAfterReadingPrompts)) {
+    } else if (state_.answerOwed || AnyArrived(kAfterReadingPrompts)) {
+        state_.answerOwed = !MailIsInFile();
+        if (state_.answerOwed) return kSessionGoesOn;
         Send("1\r");
         SetTimeOut(kSecondsAfterPrompt);
     } else if (AnyArrived(kContinuePrompts)) {
@@ -235,6 +241,7 @@ int Interpreter::WaitSp1(const ScriptFields&) {
 }
 
 int Interpreter::DeleteMail(const ScriptFields& fields) {
+    if (!MailIsInFile()) return kSessionGoesOn;
     return SendListedNumber(fields, state_.deleteIndex, "D");
 }
 
@@ -345,7 +352,9 @@ void Interpreter::Heard(std::string_view text) {
 /// end.
 void Interpreter::TakeListingLine() {
     const std::string line = std::exchange(state_.listingLine, {});
-    if (line.size() != kListedLineBytes || line[42] != '/' || line[45] != '/' || line[51] != ':') return;
+    if (line.size() != kListedLineBytes || line[39] != ' ' || line[42] != '/' || line[45] != '/' ||
+        line[48] != ' ' || line[51] != ':')
+        return;
     const std::size_t digits = line.find_first_not_of(' ');
     if (digits >= kListedNumberBytes || state_.listedMails.size() == kMostListedMails) return;
     int number = 0;

@@ -47,8 +47,11 @@ int Interpreter::ModemInit(const ScriptFields&) {
     state_.deleteIndex = 0;
     state_.downIndex = 0;
     state_.currentForum.clear();
+    state_.queueTarget = false;
+    state_.target = {};
     // A modem that takes commands has no call.
     state_.callMayBeUp = false;
+    state_.loggedOff = false;
     line_->mailCaptureArmed = false;
     line_->captures().switches.sessionLogging = true;
     Advance();
@@ -182,6 +185,7 @@ int Interpreter::LogOff(const ScriptFields&) {
         core::LogError(*workspace_, "LOGOFF: " + core::DescribeError(error, core::Language::English));
     }
     line_->captures().switches.sessionLogging = false;
+    state_.loggedOff = true;
     Advance();
     return kSessionGoesOn;
 }

@@ -72,6 +72,8 @@ class Interpreter {
 
     /// Whether a call may be up: something has been sent since the modem was last set up or told to hang up.
     [[nodiscard]] bool callMayBeUp() const { return state_.callMayBeUp; }
+    /// Whether the host has been left: what is lost of the line from then on is no fault.
+    [[nodiscard]] bool loggedOff() const { return state_.loggedOff; }
     /// Where the script was when it came out.
     [[nodiscard]] int lastLine() const { return state_.lastLine; }
     /// Why it came out. A time-out of line 17 and a busy line have one code.
@@ -105,6 +107,7 @@ class Interpreter {
         std::size_t deleteIndex = 0;   ///< of the one that is deleted next
         std::size_t downIndex = 0;     ///< of the one that is read next
         std::string listingLine;       ///< what has arrived of a line of the listing
+        bool loggedOff = false;        ///< `LOGOFF` has run in this call
         bool answerOwed = false;       ///< an after-reading prompt has been seen and not answered
         std::string header;
         std::string lineBuffer;
@@ -151,6 +154,7 @@ class Interpreter {
     [[nodiscard]] bool AnswerAt(std::string_view prompt, std::string_view answer, std::int32_t seconds);
     /// To a line number, or to a label. The empty text is line 0 for the first and the empty label for the
     /// second.
+    [[nodiscard]] bool MailIsInFile();
     void JumpTo(std::string_view target);
     void JumpToLabel(std::string_view target);
     void GoToLogOff();

@@ -66,7 +66,7 @@ void Interpreter::RefuseUpload(int error) {
                    state_.lineBuffer + ": " + core::DescribeError(error, core::Language::English));
     CloseUpload();
     GoToLogOff();
-    Tell("Error", "アップロードファイルを認識出来ません。(ERROR-1)"_sjis);
+    message_ = Message{"Error", std::string("アップロードファイルを認識出来ません。(ERROR-1)"_sjis)};
 }
 
 void Interpreter::CloseUpload() {

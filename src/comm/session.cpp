@@ -117,7 +117,8 @@ int Session::TickPhase() {
 int Session::RunScript() {
     if (line_.PollReceive(received_) < 0) {
         interpreter_.End();
-        result_ = kSessionLineLost;
+        // Behind the log-off the host hangs up, and a modem emulator may go with it.
+        result_ = interpreter_.loggedOff() ? kSessionEnded : kSessionLineLost;
         return Finish();
     }
     if (!received_.empty()) {
@@ -213,7 +214,7 @@ void Session::Report(int result) {
         text += std::to_string(unmarked);
     }
     if (!text.empty() && settings_->autoMode == 0) {
-        ui_->ShowMessage(kErrorCaption, text, core::MessageIcon::Information);
+        ui_->ShowMessage(core::kProductName, text, core::MessageIcon::Information);
     }
 }
 

@@ -55,8 +55,9 @@ UploadFile::Piece UploadFile::Next(std::string_view& text) {
             blockStart_ += text.size();
             return Piece::Line;
         }
-        if (held.size() >= kLongestPart) {
-            text = held.substr(0, kLongestPart);
+        // One byte more: a part must not end between CR and LF, nor where the file ends.
+        if (held.size() > kLongestPart) {
+            text = held.substr(0, held[kLongestPart - 1] == '\r' ? kLongestPart - 1 : kLongestPart);
             blockStart_ += text.size();
             return Piece::Part;
         }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstring>
 #include <string>
 
 #include "core/shift_jis.h"
@@ -154,6 +155,19 @@ TEST(SessionUploadTest, AFileThatCannotBeSentLeadsToTheLogOff) {
     EXPECT_TRUE(stage.port.fromClient.ends_with("xOFF\r"));
     EXPECT_EQ(stage.ui.messages, std::vector<ShownMessage>{refusal});
     EXPECT_TRUE(stage.partners.marked.empty());
+}
+
+TEST(SessionUploadTest, ALineEndsInOneCarriageReturnWhereverItsPartsEnd) {
+    for (const std::size_t length : {4094U, 4095U, 4096U, 4097U, 8191U}) {
+        for (const char* end : {"\r\n", "\n", "\r", ""}) {
+            SCOPED_TRACE(std::to_string(length) + " and " + std::to_string(std::strlen(end)));
+            const std::string line(length, 'x');
+            Upload stage(line + end);
+            stage.Ticks(12);
+            EXPECT_EQ(stage.port.fromClient.size(), length + 1);
+            EXPECT_EQ(stage.port.fromClient, line + "\r");
+        }
+    }
 }
 
 TEST(SessionUploadTest, AQueueThatVanishesMeanwhileIsStillReadToItsEnd) {
