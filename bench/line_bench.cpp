@@ -4,174 +4,69 @@
 // directory and is gone afterwards.
 
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
-#include <poll.h>
-#include <pty.h>
 #include <sched.h>
 #include <spawn.h>
-#include <sys/ioctl.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
-#include <memory>
-#include <new>
 #include <string>
 
+#include "bench/line_support.h"
 #include "comm/serial_line.h"
 #include "comm/system_serial_port.h"
 #include "core/system_clock.h"
 #include "core/system_file_system.h"
-
-namespace {
-
-std::size_t allocations = 0;
-
-}  // namespace
-
-[[gnu::noinline]] void* operator new(std::size_t size) {
-    ++allocations;
-    if (void* memory = std::malloc(size)) return memory;
-    throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
+#include "tests/support/allocation_count.h"
 
 namespace {
 
 using namespace postkite;
+using bench::ChildSeconds;
+using bench::HostText;
+using bench::ThreadSeconds;
+using support::AllocationCount;
 
 constexpr std::size_t kPollBytes = 4000;  ///< about what a pseudo-terminal holds from one tick to the next
-
-/// Nobody is there to be shown anything.
-class SilentUserInterface final : public core::UserInterface {
-  public:
-    [[nodiscard]] core::Language language() const override { return core::Language::English; }
-    void ShowMessage(std::string_view, std::string_view, core::MessageIcon) override {}
-    [[nodiscard]] bool AskQuestion(std::string_view, std::string_view) override { return false; }
-    void SetStatusText(std::string_view) override {}
-    void SetProgress(std::uint64_t, std::uint64_t) override {}
-    void PlaySoundFile(std::string_view) override {}
-    void AppendMonitorText(std::string_view) override {}
-    void PumpMessages() override {}
-    void RedrawMainWindow() override {}
-};
 
 /// A line over a pseudo-terminal, of which the benchmark is the other side, in a working directory of its
 /// own.
 class Laboratory {
   public:
-    Laboratory()
-        : workspace_(fileSystem_, MakeDirectory()), line_(port_, workspace_, settings_, ui_, clock_) {
-        std::array<char, 64> name{};
-        if (openpty(&modem_, &device_, name.data(), nullptr, nullptr) != 0) std::abort();
-        path_ = name.data();
-        // Else a child would keep the line from hanging up.
-        fcntl(modem_, F_SETFD, FD_CLOEXEC);
-        fcntl(device_, F_SETFD, FD_CLOEXEC);
-    }
-    Laboratory(const Laboratory&) = delete;
-    Laboratory& operator=(const Laboratory&) = delete;
-    ~Laboratory() {
-        line_.CloseLine();
-        close(modem_);
-        close(device_);
-        std::filesystem::remove_all(workspace_.root());
-    }
+    ~Laboratory() { line_.CloseLine(); }
 
     [[nodiscard]] comm::SerialLine& line() { return line_; }
     [[nodiscard]] core::Settings& settings() { return settings_; }
-    [[nodiscard]] const std::string& devicePath() const { return path_; }
-    [[nodiscard]] std::filesystem::path PathOf(const char* name) const { return workspace_.root() / name; }
+    [[nodiscard]] bench::PseudoTerminal& terminal() { return terminal_; }
+    [[nodiscard]] std::filesystem::path PathOf(const char* name) const { return directory_.path() / name; }
 
     void OpenLine() {
-        if (line_.OpenLine(path_) != 0) std::abort();
-    }
-
-    /// Sends and returns when the device has all of it to be read.
-    void SendAndWait(std::string_view bytes) const {
-        Send(bytes);
-        int waiting = 0;
-        while (ioctl(device_, FIONREAD, &waiting) == 0 && waiting < static_cast<int>(bytes.size())) {
-            pollfd readable{device_, POLLIN, 0};
-            poll(&readable, 1, 1);
-        }
-    }
-
-    void Send(std::string_view bytes) const {
-        while (!bytes.empty()) {
-            const ssize_t count = write(modem_, bytes.data(), bytes.size());
-            if (count < 0) std::abort();
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        }
-    }
-
-    void HangUp() {
-        close(modem_);
-        modem_ = -1;
+        if (line_.OpenLine(terminal_.devicePath()) != 0) std::abort();
     }
 
   private:
-    static std::filesystem::path MakeDirectory() {
-        std::string name = (std::filesystem::temp_directory_path() / "line_bench.XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) std::abort();
-        return name;
-    }
-
+    bench::TemporaryDirectory directory_;
+    bench::PseudoTerminal terminal_;
     core::SystemFileSystem fileSystem_;
-    core::Workspace workspace_;
+    core::Workspace workspace_{fileSystem_, directory_.path()};
     core::SystemClock clock_;
     core::Settings settings_;
-    SilentUserInterface ui_;
+    bench::SilentUserInterface ui_;
     comm::SystemSerialPort port_;
-    comm::SerialLine line_;
-    int modem_ = -1;
-    int device_ = -1;
-    std::string path_;
+    comm::SerialLine line_{port_, workspace_, settings_, ui_, clock_};
 };
-
-double ThreadSeconds() {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    constexpr double kNanoseconds = 1e9;
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / kNanoseconds;
-}
-
-double ChildSeconds(pid_t child) {
-    rusage usage{};
-    int status = 0;
-    wait4(child, &status, 0, &usage);
-    constexpr double kMicroseconds = 1e6;
-    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / kMicroseconds;
-}
-
-std::string HostText(std::size_t bytes) {
-    std::string text;
-    while (text.size() < bytes)
-        text += "It has been raining here since the day before yesterday.\r\n";
-    text.resize(bytes);
-    return text;
-}
 
 void BM_IdlePoll(benchmark::State& state) {
     Laboratory laboratory;
     laboratory.OpenLine();
     std::string received;
-    const std::size_t before = allocations;
+    const std::size_t before = AllocationCount();
     for (auto _ : state) {
         if (laboratory.line().PollReceive(received) != 0 || !received.empty())
             state.SkipWithError("not idle");
     }
-    state.counters["allocations"] = static_cast<double>(allocations - before);
+    state.counters["allocations"] = static_cast<double>(AllocationCount() - before);
 }
 BENCHMARK(BM_IdlePoll);
 
@@ -185,7 +80,7 @@ void BM_CaptureFromPseudoTerminal(benchmark::State& state) {
     std::string received;
     std::size_t total = 0;
     for (auto _ : state) {
-        laboratory.SendAndWait(text);
+        laboratory.terminal().SendAndWait(text);
         const double begin = ThreadSeconds();
         if (laboratory.line().PollReceive(received) != 0) state.SkipWithError("the line is gone");
         laboratory.line().ring().RingAppend(received);
@@ -204,7 +99,7 @@ void BM_SocatFromPseudoTerminal(benchmark::State& state) {
     const std::string text = HostText(kPollBytes);
     for (auto _ : state) {
         Laboratory laboratory;
-        const std::string from = laboratory.devicePath() + ",rawer";
+        const std::string from = laboratory.terminal().devicePath() + ",rawer";
         const std::string to = "OPEN:" + laboratory.PathOf("copy.txt").string() + ",creat,append";
         std::array<const char*, 5> arguments = {"socat", "-u", from.c_str(), to.c_str(), nullptr};
         pid_t child = 0;
@@ -226,7 +121,7 @@ void BM_SocatFromPseudoTerminal(benchmark::State& state) {
             sched_yield();
         std::uintmax_t sent = 0;
         for (int piece = 0; piece < kPieces; ++piece) {
-            laboratory.Send(text);
+            laboratory.terminal().Send(text);
             sent += text.size();
             // As the poll finds them: one piece at a time.
             while (copied() < sent) {
@@ -237,8 +132,10 @@ void BM_SocatFromPseudoTerminal(benchmark::State& state) {
                 sched_yield();
             }
         }
-        laboratory.HangUp();
-        state.SetIterationTime(ChildSeconds(child));
+        laboratory.terminal().HangUp();
+        // It takes the lost line for an error.
+        int status = 0;
+        state.SetIterationTime(ChildSeconds(child, status));
     }
     state.SetBytesProcessed(state.iterations() * kPieces * static_cast<std::int64_t>(kPollBytes));
 }
