@@ -11,14 +11,15 @@ namespace postkite::app {
 using namespace core::literals;
 
 Program::Program(core::Workspace& workspace, core::Workspace& programState, core::UserInterface& ui,
-                 const core::Clock& clock)
+                 const core::Clock& clock, comm::SerialPort& port)
     : workspace_(&workspace),
       programState_(&programState),
       ui_(&ui),
       clock_(&clock),
       identifiers_(clock),
       mailbox_(workspace, programState, ui, clock, identifiers_),
-      folders_(mailbox_, settings_.mailBoxPathName) {
+      folders_(mailbox_, settings_.mailBoxPathName),
+      sessions_(port, workspace, settings_, environments_, ui, clock, mailbox_) {
 }
 
 void Program::Start() {
@@ -93,7 +94,8 @@ void Program::EnvironmentsAreSaved() {
 int Program::OpenBank() {
     const int number = settings_.nowBoxNo;
     if (folders_.MakeBankDirectory(number) < 0) return -1;
-    return folders_.SwitchBank(number, SessionRunning());
+    // A session of another program keeps nobody from reading and writing mail.
+    return folders_.SwitchBank(number, sessions_.running());
 }
 
 int Program::PrepareClipboard() {
@@ -110,7 +112,7 @@ core::Environment* Program::ActiveEnvironment() {
 }
 
 bool Program::SessionRunning() const {
-    return false;
+    return sessions_.running() || sessions_.RunElsewhere();
 }
 
 bool Program::MainWindowBusy() const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/sessions.h"
+#include "comm/serial_port.h"
 #include "core/clock.h"
 #include "core/environments.h"
 #include "core/settings.h"
@@ -13,11 +15,12 @@
 namespace postkite::app {
 
 /// The one object that owns the program's state; front ends hold one and call it. Borrows the working
-/// directory, the directory of the program's own state outside it, the user interface and the clock. Operations that fail have told the user why when they return -1.
+/// directory, the directory of the program's own state outside it, the user interface, the clock and the
+/// device that sessions talk through. Operations that fail have told the user why when they return -1.
 class Program final : private core::HostSwitchPartners {
   public:
     Program(core::Workspace& workspace, core::Workspace& programState, core::UserInterface& ui,
-            const core::Clock& clock);
+            const core::Clock& clock, comm::SerialPort& port);
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
@@ -36,7 +39,8 @@ class Program final : private core::HostSwitchPartners {
     /// Writes the environments back; the active one's values enter the settings.
     [[nodiscard]] int SaveEnvironments();
 
-    /// Makes environment `number`, 0 to 9, the active one.
+    /// Makes environment `number`, 0 to 9, the active one. Refused while a session runs, here or in another
+    /// program.
     [[nodiscard]] int SwitchEnvironment(int number);
 
     /// Opens the bank that is current at start-up, its directory made where it is missing. Nothing can be
@@ -44,8 +48,8 @@ class Program final : private core::HostSwitchPartners {
     [[nodiscard]] int OpenBank();
 
     /// Makes bank `number` the current one and opens it. Its directory has to be there: an unmounted disk
-    /// must not become an empty bank. While no bank is open the current one is not looked at. The settings
-    /// are not saved.
+    /// must not become an empty bank. Refused while a session runs, here or in another program. While no bank
+    /// is open the current one is not looked at. The settings are not saved.
     [[nodiscard]] int SwitchBank(int number) override;
 
     /// Makes the directory of the program's state, which holds the clipboard folder, where it is missing. To
@@ -60,6 +64,7 @@ class Program final : private core::HostSwitchPartners {
     [[nodiscard]] core::Environments& environments() { return environments_; }
     [[nodiscard]] store::Mailbox& mailbox() { return mailbox_; }
     [[nodiscard]] store::Folders& folders() { return folders_; }
+    [[nodiscard]] Sessions& sessions() { return sessions_; }
     [[nodiscard]] const core::Clock& clock() const { return *clock_; }
 
   private:
@@ -80,6 +85,7 @@ class Program final : private core::HostSwitchPartners {
     core::IdentifierMaker identifiers_;
     store::Mailbox mailbox_;
     store::Folders folders_;
+    Sessions sessions_;
     int cutSettings_ =
         0;  ///< how many settings lose their end when the environments are saved for the first time
 };

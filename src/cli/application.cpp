@@ -10,6 +10,7 @@
 #include "cli/commands/folders_command.h"
 #include "cli/commands/mail_command.h"
 #include "cli/commands/script_command.h"
+#include "cli/commands/session_command.h"
 #include "cli/commands/settings_command.h"
 #include "cli/completion.h"
 
@@ -91,7 +92,8 @@ int RunPostkite(std::vector<std::string> arguments, core::FileSystem& fileSystem
     AddFoldersCommand(application, context);
     AddCompactCommand(application, context);
     AddMailCommand(application, context);
-    AddScriptCommand(application, context);
+    AddSessionCommand(application, context);
+    AddScriptRunCommand(AddScriptCommand(application, context), context);
     if (context.language() == core::Language::Japanese) HeadInJapanese(application);
     if (!arguments.empty() && arguments.front() == kCompleteCommand) {
         return PrintCompletions(application, context, std::move(arguments));

@@ -19,7 +19,8 @@ Session::Session(core::FileSystem& fileSystem, const std::filesystem::path& dire
     : workspace(fileSystem, directory),
       programState(fileSystem, stateDirectory),
       ui(console, language, yes),
-      program(workspace, programState, ui, clock) {
+      program(workspace, programState, ui, clock,
+              console.serialPort != nullptr ? *console.serialPort : systemPort) {
 }
 
 CommandContext::CommandContext(core::FileSystem& fileSystem, Console& console)

@@ -14,6 +14,7 @@
 #include "cli/console.h"
 #include "cli/language.h"
 #include "cli/terminal_user_interface.h"
+#include "comm/system_serial_port.h"
 #include "core/file_system.h"
 #include "core/system_clock.h"
 #include "core/workspace.h"
@@ -32,6 +33,7 @@ struct Session {
     core::Workspace workspace;
     core::Workspace programState;
     core::SystemClock clock;
+    comm::SystemSerialPort systemPort;
     TerminalUserInterface ui;
     app::Program program;
 };
@@ -55,6 +57,8 @@ class CommandContext {
     std::map<const CLI::App*, Completer> completers;
 
     [[nodiscard]] core::Language language() const { return language_; }
+    [[nodiscard]] const Console& console() const { return *console_; }
+    [[nodiscard]] core::FileSystem& fileSystem() { return *fileSystem_; }
 
     /// Opens the working directory, made when missing, and starts the program in it. nullptr when that fails;
     /// the user knows why.

@@ -6,7 +6,13 @@
 #include <string>
 #include <string_view>
 
+namespace postkite::comm {
+class SerialPort;
+}
+
 namespace postkite::cli {
+
+class SessionTimer;
 
 /// What a terminal program is started in: streams, and what the surroundings say. Tests give it their own.
 /// Streams are UTF-8; they are borrowed.
@@ -21,6 +27,9 @@ struct Console {
     /// To be called before anything else is written: ends a line that is being redrawn in place. Empty where
     /// nobody draws one; whoever does puts it here.
     std::function<void()> endStatusLine = {};
+    /// What sessions talk through and wait for; borrowed. nullptr: the system's devices, its clock and signals.
+    comm::SerialPort* serialPort = nullptr;
+    SessionTimer* sessionTimer = nullptr;
 };
 
 /// The console of this process.

@@ -27,6 +27,13 @@ std::string OneLine(std::string_view text) {
     return line;
 }
 
+/// "Wait-17" and "Wait-16" are one text.
+std::string_view WithoutCountdown(std::string_view text) {
+    const std::size_t end = text.find_last_not_of("0123456789");
+    const bool counts = end != std::string_view::npos && end + 1 < text.size() && text[end] == '-';
+    return counts ? text.substr(0, end) : text;
+}
+
 constexpr std::size_t kBarColumns = 20;
 
 std::string DrawBar(std::uint64_t position, std::uint64_t total) {
@@ -77,7 +84,16 @@ bool TerminalUserInterface::AskQuestion(std::string_view caption, std::string_vi
 
 void TerminalUserInterface::SetStatusText(std::string_view text) {
     statusText_ = text;
-    DrawStatusLine();
+    statusTexts_ == StatusTexts::Printed ? PrintStatusText() : DrawStatusLine();
+}
+
+void TerminalUserInterface::PrintStatusText() {
+    const std::string_view text = WithoutCountdown(statusText_);
+    if (text == printedText_) return;
+    printedText_ = text;
+    if (statusText_.empty()) return;
+    ClearStatusLine();
+    console_->err << Printable(OneLine(statusText_)) << std::endl;
 }
 
 void TerminalUserInterface::SetProgress(std::uint64_t position, std::uint64_t total) {
@@ -90,7 +106,7 @@ void TerminalUserInterface::DrawStatusLine() {
     // A text takes as many columns as it has bytes: two for a double-byte character, one for any other.
     constexpr std::size_t kTextColumns = 48;
     std::string line = bar_;
-    if (!statusText_.empty()) {
+    if (!statusText_.empty() && statusTexts_ == StatusTexts::Drawn) {
         if (!line.empty()) line += ' ';
         line += Printable(core::CutToBytes(statusText_, kTextColumns));
     }
@@ -101,6 +117,8 @@ void TerminalUserInterface::DrawStatusLine() {
 }
 
 void TerminalUserInterface::ClearStatusLine() {
+    if (inMonitorLine_) console_->err << '\n';
+    inMonitorLine_ = false;
     if (drawn_.empty()) return;
     console_->err << "\r\x1B[K" << std::flush;
     drawn_.clear();
@@ -119,8 +137,19 @@ void TerminalUserInterface::PlaySoundFile(std::string_view) {
 }
 
 void TerminalUserInterface::AppendMonitorText(std::string_view text) {
-    ClearStatusLine();
-    console_->err << Printable(text, LineEnds::Kept) << std::flush;
+    if (text.empty()) return;
+    if (!drawn_.empty()) ClearStatusLine();
+    const std::string shown = Printable(text, LineEnds::Kept);
+    std::string lines;
+    lines.reserve(shown.size());
+    for (const char byte : shown) {
+        // A CR alone would let the host write over what stands there.
+        if (byte != '\n' || !monitorEndsInReturn_) lines += byte == '\r' ? '\n' : byte;
+        monitorEndsInReturn_ = byte == '\r';
+    }
+    if (lines.empty()) return;
+    inMonitorLine_ = lines.back() != '\n';
+    console_->err << lines << std::flush;
 }
 
 // There are no windows: nothing waits and nothing is drawn.

@@ -10,7 +10,8 @@ namespace postkite::cli {
 
 /// The engine's messages and questions on a terminal. Everything goes to standard error: a message is a line
 /// "caption: text"; the status text and the progress bar share the last line where that is a terminal and are
-/// not shown elsewhere; there is no sound. Borrows the console, and ends its status line while it lives.
+/// not shown elsewhere; the monitor's text stands as it comes; there is no sound. Borrows the console, and ends
+/// its status line while it lives.
 class TerminalUserInterface final : public core::UserInterface {
   public:
     /// `yes` answers every question with OK. Otherwise a question is asked on the terminal; without one it
@@ -19,6 +20,11 @@ class TerminalUserInterface final : public core::UserInterface {
     ~TerminalUserInterface() override;
     TerminalUserInterface(const TerminalUserInterface&) = delete;
     TerminalUserInterface& operator=(const TerminalUserInterface&) = delete;
+
+    /// `Printed`: each status text is a line of its own, whatever standard error is. A text that differs from
+    /// the one before only in a number at its end, a countdown, is not printed again.
+    enum class StatusTexts { Drawn, Printed };
+    void ShowStatusTexts(StatusTexts how) { statusTexts_ = how; }
 
     [[nodiscard]] core::Language language() const override { return language_; }
     void ShowMessage(std::string_view caption, std::string_view text, core::MessageIcon icon) override;
@@ -31,6 +37,7 @@ class TerminalUserInterface final : public core::UserInterface {
     void RedrawMainWindow() override;
 
   private:
+    void PrintStatusText();
     void DrawStatusLine();
     void ClearStatusLine();
     void EndStatusLine();
@@ -38,9 +45,13 @@ class TerminalUserInterface final : public core::UserInterface {
     Console* console_;
     core::Language language_;
     bool yes_;
-    std::string statusText_;  ///< code page 932
+    StatusTexts statusTexts_ = StatusTexts::Drawn;
+    std::string statusText_;   ///< code page 932
+    std::string printedText_;  ///< the one that was printed last, without a number at its end
     std::string bar_;
     std::string drawn_;  ///< what stands on the status line now
+    bool inMonitorLine_ = false;
+    bool monitorEndsInReturn_ = false;  ///< a LF that comes next belongs to it
 };
 
 }  // namespace postkite::cli

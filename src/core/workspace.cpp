@@ -304,4 +304,10 @@ int Workspace::Lock(bool wait, WorkspaceLock& lock) {
     return 0;
 }
 
+int Workspace::LockDirectory(std::string_view name, std::unique_ptr<FileLock>& lock) const {
+    std::filesystem::path path;
+    const int located = Locate(name, path);
+    return located < 0 ? located : fileSystem_->Lock(path, false, lock);
+}
+
 }  // namespace postkite::core

@@ -75,6 +75,10 @@ class Workspace {
     /// this object is gone. With `wait`, waits for whoever has it; otherwise -EWOULDBLOCK.
     [[nodiscard]] int Lock(bool wait, WorkspaceLock& lock);
 
+    /// Keeps every other holder, in this program too, out of what the directory `name` stands for, until
+    /// `lock` is gone. It has nothing to do with the lock above. -EWOULDBLOCK when somebody has it.
+    [[nodiscard]] int LockDirectory(std::string_view name, std::unique_ptr<FileLock>& lock) const;
+
   private:
     enum class LetterCase { Any, AsSpelled };
     [[nodiscard]] int LocateComponent(const std::filesystem::path& directory, std::string_view component,

@@ -8,6 +8,7 @@
 #include "tests/support/fixed_clock.h"
 #include "tests/support/memory_file_system.h"
 #include "tests/support/recording_user_interface.h"
+#include "tests/support/scripted_port.h"
 
 namespace postkite::app {
 namespace {
@@ -23,7 +24,7 @@ class ProgramTest : public ::testing::Test {
 
     /// What a program before this one left.
     void SaveEarlier(int activeNumber) {
-        Program earlier(workspace, state, ui, clock);
+        Program earlier(workspace, state, ui, clock, port);
         earlier.Start();
         earlier.environments().entries[2].name = "home";
         earlier.environments().entries[2].userId = "ABC01234";
@@ -37,7 +38,8 @@ class ProgramTest : public ::testing::Test {
     core::Workspace state{disk, "/state"};
     support::RecordingUserInterface ui;
     support::FixedClock clock;
-    Program program{workspace, state, ui, clock};
+    support::ScriptedPort port;
+    Program program{workspace, state, ui, clock, port};
 };
 
 TEST_F(ProgramTest, WhatOneSavesTheNextReads) {
@@ -51,7 +53,7 @@ TEST_F(ProgramTest, WhatOneSavesTheNextReads) {
     EXPECT_EQ(program.settings().userId, "");
     ASSERT_EQ(program.SaveSettings(), 0);
 
-    Program next(workspace, state, ui, clock);
+    Program next(workspace, state, ui, clock, port);
     next.Start();
     EXPECT_EQ(next.settings().hostName, "changed");
     EXPECT_EQ(next.settings().currentId, 5);
@@ -70,7 +72,7 @@ TEST_F(ProgramTest, EnvironmentsWithoutSettingsSurviveAChange) {
     program.environments().entries[4].name = "new";
     ASSERT_EQ(program.SaveEnvironments(), 0);
     ASSERT_EQ(program.SaveSettings(), 0);
-    Program next(workspace, state, ui, clock);
+    Program next(workspace, state, ui, clock, port);
     next.Start();
     EXPECT_EQ(next.environments().entries[2].userId, "ABC01234");
     EXPECT_EQ(next.environments().entries[4].name, "new");
@@ -98,7 +100,7 @@ TEST_F(ProgramTest, AFileThatCannotBeReadForbidsEveryChange) {
         broken.PutDirectory("/mail/Setting/" + name);
         core::Workspace there(broken, "/mail");
         ui.messages.clear();
-        Program unlucky(there, state, ui, clock);
+        Program unlucky(there, state, ui, clock, port);
         unlucky.Start();
         EXPECT_TRUE(ui.messages.empty());
         EXPECT_EQ(unlucky.PrepareChange(), -1);
@@ -111,7 +113,7 @@ TEST_F(ProgramTest, AFileThatCannotBeReadForbidsEveryChange) {
     SaveEarlier(2);
     bool struck = true;
     for (int call = 1; struck; ++call) {
-        Program unlucky(workspace, state, ui, clock);
+        Program unlucky(workspace, state, ui, clock, port);
         disk.FailCall(call, -EIO);
         unlucky.Start();
         struck = disk.struck();
@@ -127,7 +129,7 @@ TEST_F(ProgramTest, TheActiveEnvironmentIsTheOneWhoseValuesComeBack) {
     EXPECT_EQ(program.ActiveEnvironment(), &program.environments().entries[0]) << "there is one now";
 
     SaveEarlier(2);
-    Program next(workspace, state, ui, clock);
+    Program next(workspace, state, ui, clock, port);
     next.Start();
     EXPECT_EQ(next.ActiveEnvironment(), &next.environments().entries[2]);
     for (const std::int32_t number : {-1, 10}) {
@@ -178,14 +180,14 @@ TEST_F(ProgramTest, TheDirectoryOfTheStateIsMadeForTheClipboardAlone) {
     ASSERT_EQ(program.OpenBank(), 0);
     EXPECT_FALSE(disk.Exists("/state"));
     core::Workspace deep(disk, "/home/.local/state/postkite");
-    Program other(workspace, deep, ui, clock);
+    Program other(workspace, deep, ui, clock, port);
     ASSERT_EQ(other.PrepareClipboard(), 0);
     EXPECT_TRUE(disk.Names("/home/.local/state/postkite").empty());
     store::MailRecord record;
     EXPECT_EQ(other.mailbox().AppendMail(store::kClipboardFolder, record, -1), 0);
     disk.Put("/file", "");
     core::Workspace hopeless(disk, "/file/state");
-    EXPECT_EQ(Program(workspace, hopeless, ui, clock).PrepareClipboard(), -1);
+    EXPECT_EQ(Program(workspace, hopeless, ui, clock, port).PrepareClipboard(), -1);
     EXPECT_EQ(ui.messages.size(), 1U);
 }
 

@@ -21,7 +21,7 @@ std::vector<std::string> Candidates(std::vector<std::string> words) {
 using Words = std::vector<std::string>;
 
 TEST(Completion, KnowsCommandsOptionsAndValues) {
-    EXPECT_EQ(Candidates({"se"}), Words{"settings"});
+    EXPECT_EQ(Candidates({"se"}), (Words{"settings", "session"}));
     EXPECT_EQ(Candidates({"settings", ""}), (Words{"get", "set"}));
     EXPECT_EQ(Candidates({"settings", "get", "MAIL W"}),
               (Words{"MAIL WINDOW LEFT", "MAIL WINDOW TOP", "MAIL WINDOW WIDTH", "MAIL WINDOW HIGH"}));

@@ -82,9 +82,38 @@ TEST_F(Terminal, TheStatusLineEndsBeforeAnythingElseIsWritten) {
 }
 
 TEST_F(Terminal, MonitorTextKeepsItsLinesAndLosesItsEscapes) {
-    TerminalUserInterface ui(console_, core::Language::Japanese, false);
-    ui.AppendMonitorText("MAIL>\r\n\x1B]0;x\x07"_sjis);
-    EXPECT_EQ(err_.str(), "MAIL>\r\n\uFFFD]0;x\uFFFD");
+    {
+        TerminalUserInterface ui(console_, core::Language::Japanese, false);
+        ui.AppendMonitorText("MAIL>\r\n\x1B]0;x\x07"_sjis);
+        EXPECT_EQ(err_.str(), "MAIL>\n\uFFFD]0;x\uFFFD");
+        err_.str("");
+        ui.AppendMonitorText("a\r");
+        ui.AppendMonitorText("\nb\rc\n\nMAIL>");
+        EXPECT_EQ(err_.str(), "a\nb\nc\n\nMAIL>") << "a line end that comes in two pieces is one";
+        ui.ShowMessage("Postkite", "x", core::MessageIcon::None);
+        ui.AppendMonitorText("LIB>");
+        EXPECT_TRUE(err_.str().ends_with("MAIL>\nPostkite: x\nLIB>")) << err_.str();
+    }
+    EXPECT_TRUE(err_.str().ends_with("LIB>\n"));
+}
+
+TEST_F(Terminal, StatusTextsCanBeLinesOfTheirOwn) {
+    for (const bool terminal : {false, true}) {
+        console_.errIsTerminal = terminal;
+        err_.str("");
+        TerminalUserInterface ui(console_, core::Language::Japanese, false);
+        ui.ShowStatusTexts(TerminalUserInterface::StatusTexts::Printed);
+        for (const char* text : {"ダイアル中", "話し中(ﾘﾀﾞｲｱﾙ待ち)-10", "話し中(ﾘﾀﾞｲｱﾙ待ち)-9", "", "2", "3",
+                                 "ウェイト 1 秒", "ウェイト 2 秒", "話し中(ﾘﾀﾞｲｱﾙ待ち)-10"}) {
+            const std::string_view bytes(text);
+            ui.SetStatusText(*Typed(bytes));
+        }
+        ui.AppendMonitorText("MAIL>");
+        ui.SetStatusText("x\x1B\r\ny");
+        EXPECT_EQ(err_.str(),
+                  "ダイアル中\n話し中(ﾘﾀﾞｲｱﾙ待ち)-10\n2\n3\nウェイト 1 秒\nウェイト 2 秒\n"
+                  "話し中(ﾘﾀﾞｲｱﾙ待ち)-10\nMAIL>\nx\uFFFD y\n");
+    }
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <sstream>
 #include <string>
@@ -18,10 +19,10 @@ struct RunResult {
 };
 
 /// Runs `postkite` in this process, on the given files, with nobody at the terminal and the working directory
-/// "/mail". `input` is what standard input gives.
+/// "/mail". `input` is what standard input gives; `prepare` may change the console.
 inline RunResult RunPostkite(MemoryFileSystem& files, std::vector<std::string> arguments,
-                             std::map<std::string, std::string> variables = {},
-                             const std::string& input = {}) {
+                             std::map<std::string, std::string> variables = {}, const std::string& input = {},
+                             const std::function<void(cli::Console&)>& prepare = {}) {
     std::istringstream in(input);
     std::ostringstream out;
     std::ostringstream err;
@@ -32,6 +33,7 @@ inline RunResult RunPostkite(MemoryFileSystem& files, std::vector<std::string> a
             if (found == variables.end() || found->second.empty()) return std::nullopt;
             return found->second;
         }};
+    if (prepare) prepare(console);
     const int status = cli::RunPostkite(std::move(arguments), files, console);
     return {status, out.str(), err.str()};
 }
