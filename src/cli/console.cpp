@@ -1,5 +1,6 @@
 #include "cli/console.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -47,6 +48,10 @@ Console SystemConsole() {
                 const char* value = std::getenv(name);
                 if (value == nullptr || *value == '\0') return std::nullopt;
                 return value;
+            },
+            [] {
+                pollfd err{STDERR_FILENO, POLLOUT, 0};
+                return poll(&err, 1, 0) > 0;
             }};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <iosfwd>
 #include <optional>
@@ -24,6 +25,9 @@ struct Console {
     bool errIsTerminal = false;
     /// An environment variable; nothing when it is not set or empty.
     std::function<std::optional<std::string>(const char* name)> variable;
+    /// Whether `err` takes a piece of `kErrPieceBytes` without waiting. Empty: it always does.
+    std::function<bool()> errTakesMore = {};
+    static constexpr std::size_t kErrPieceBytes = 1024;
     /// To be called before anything else is written: ends a line that is being redrawn in place. Empty where
     /// nobody draws one; whoever does puts it here.
     std::function<void()> endStatusLine = {};

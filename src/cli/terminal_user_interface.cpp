@@ -91,9 +91,13 @@ void TerminalUserInterface::PrintStatusText() {
     const std::string_view text = WithoutCountdown(statusText_);
     if (text == printedText_) return;
     printedText_ = text;
-    if (statusText_.empty()) return;
+    if (statusText_.empty() || !ErrTakesMore()) return;
     ClearStatusLine();
     console_->err << Printable(OneLine(statusText_)) << std::endl;
+}
+
+bool TerminalUserInterface::ErrTakesMore() const {
+    return !console_->errTakesMore || console_->errTakesMore();
 }
 
 void TerminalUserInterface::SetProgress(std::uint64_t position, std::uint64_t total) {
@@ -110,7 +114,7 @@ void TerminalUserInterface::DrawStatusLine() {
         if (!line.empty()) line += ' ';
         line += Printable(core::CutToBytes(statusText_, kTextColumns));
     }
-    if (line == drawn_) return;
+    if (line == drawn_ || !ErrTakesMore()) return;
     ClearStatusLine();
     console_->err << line << std::flush;
     drawn_ = line;
@@ -148,8 +152,13 @@ void TerminalUserInterface::AppendMonitorText(std::string_view text) {
         monitorEndsInReturn_ = byte == '\r';
     }
     if (lines.empty()) return;
-    inMonitorLine_ = lines.back() != '\n';
-    console_->err << lines << std::flush;
+    // Where nobody reads what is written, the line is worth more than its picture: a tick must not wait.
+    for (std::string_view left = lines; !left.empty() && ErrTakesMore();) {
+        const std::string_view piece = left.substr(0, Console::kErrPieceBytes);
+        console_->err << piece << std::flush;
+        inMonitorLine_ = piece.back() != '\n';
+        left.remove_prefix(piece.size());
+    }
 }
 
 // There are no windows: nothing waits and nothing is drawn.

@@ -38,6 +38,7 @@ class TerminalUserInterface final : public core::UserInterface {
 
   private:
     void PrintStatusText();
+    [[nodiscard]] bool ErrTakesMore() const;
     void DrawStatusLine();
     void ClearStatusLine();
     void EndStatusLine();

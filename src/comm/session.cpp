@@ -177,7 +177,9 @@ std::string Session::TextFor(int result) const {
     if (result == kSessionLineLost) {
         return choose("通信ポートが使えなくなったため、通信を中断しました。"_sjis,
                       "The serial port has gone away. The session was broken off.") +
-               "\r\n" + core::DescribeError(line_.error(), ui_->language());
+               // A device that is gone gives the error of a failing disk, which would mislead.
+               (line_.error() == -EIO ? std::string()
+                                      : "\r\n" + core::DescribeError(line_.error(), ui_->language()));
     }
     switch (interpreter_.ending()) {
         case Interpreter::Ending::TimeOut:

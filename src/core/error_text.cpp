@@ -43,6 +43,8 @@ constexpr Phrase kPhrases[] = {
     {-ECONNREFUSED, "接続を拒否されました"_sjis, "the connection was refused"},
     {-ECONNRESET, "接続が切れました"_sjis, "the connection was lost"},
     {-ETIMEDOUT, "応答がありません"_sjis, "there was no answer"},
+    {-EADDRNOTAVAIL, "このコンピュータのアドレスではありません"_sjis, "it is no address of this computer"},
+    {-EADDRINUSE, "アドレスは使用中です"_sjis, "the address is in use"},
     {-EHOSTUNREACH, "相手に到達できません"_sjis, "the host cannot be reached"},
     {-EIO, "ディスクの読み書きに失敗しました"_sjis, "the disk failed"},
 };
