@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/silent_user_interface.h"
 #include "core/system_clock.h"
 #include "core/system_file_system.h"
 #include "core/time_stamp.h"
@@ -22,20 +23,6 @@
 namespace {
 
 using namespace postkite;
-
-/// Nobody is there to be shown anything.
-class SilentUserInterface final : public core::UserInterface {
-  public:
-    [[nodiscard]] core::Language language() const override { return core::Language::English; }
-    void ShowMessage(std::string_view, std::string_view, core::MessageIcon) override {}
-    [[nodiscard]] bool AskQuestion(std::string_view, std::string_view) override { return false; }
-    void SetStatusText(std::string_view) override {}
-    void SetProgress(std::uint64_t, std::uint64_t) override {}
-    void PlaySoundFile(std::string_view) override {}
-    void AppendMonitorText(std::string_view) override {}
-    void PumpMessages() override {}
-    void RedrawMainWindow() override {}
-};
 
 store::MailRecord MakeMail() {
     store::MailRecord record;
@@ -114,7 +101,7 @@ class Laboratory {
 
     core::SystemFileSystem fileSystem_;
     core::SystemClock clock_;
-    SilentUserInterface ui_;
+    bench::SilentUserInterface ui_;
     core::Workspace workspace_;
     core::IdentifierMaker identifiers_;
     store::Mailbox mailbox_;
