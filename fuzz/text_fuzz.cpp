@@ -66,6 +66,14 @@ void CheckLines(const std::string& bytes) {
         if (reader.position() != at) std::abort();
     }
     if (ReadLogLine(reader, line) != -1) std::abort();
+
+    core::LineReader raw(*file);
+    std::string all;
+    while (ReadRawLine(raw, line) == 0) {
+        if (line.find('\n') + 1 != line.size() && all.size() + line.size() != bytes.size()) std::abort();
+        all += line;
+    }
+    if (all != bytes) std::abort();
 }
 
 }  // namespace

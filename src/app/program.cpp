@@ -5,6 +5,7 @@
 
 #include "core/error_text.h"
 #include "core/shift_jis.h"
+#include "organise/sorter.h"
 
 namespace postkite::app {
 
@@ -19,7 +20,8 @@ Program::Program(core::Workspace& workspace, core::Workspace& programState, core
       identifiers_(clock),
       mailbox_(workspace, programState, ui, clock, identifiers_),
       folders_(mailbox_, settings_.mailBoxPathName),
-      sessions_(port, workspace, settings_, environments_, ui, clock, mailbox_) {
+      active_(settings_, environments_, folders_),
+      sessions_(port, workspace, settings_, ui, clock, active_, mailbox_, folders_) {
 }
 
 void Program::Start() {
@@ -52,6 +54,17 @@ int Program::PrepareChange() {
         cutSettings_ = core::FillActiveEnvironment(environments_, settings_);
     }
     return 0;
+}
+
+int Program::SortAtEnd() {
+    if (settings_.filterAtEnd != 1 || sessions_.running()) return 0;
+    organise::Sorter sorter(settings_, folders_, mailbox_, *ui_);
+    return sorter.SortInbox(Inbox(), store::MailEditing::No) < 0 ? -1 : 0;
+}
+
+int Program::End() {
+    const int sorted = SortAtEnd();
+    return SaveSettings() == 0 ? sorted : -1;
 }
 
 int Program::SaveSettings() {

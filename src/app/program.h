@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/active_folders.h"
 #include "app/sessions.h"
 #include "comm/serial_port.h"
 #include "core/clock.h"
@@ -33,6 +34,14 @@ class Program final : private core::HostSwitchPartners {
     /// which start-up passes over, reads the environments, so that they are not lost.
     [[nodiscard]] int PrepareChange();
 
+    /// Sorts the Inbox with the enabled rules where `FilterAtEnd` asks for it. For an open bank; refused while a session
+    /// runs. -1 where that fails, and the user knows.
+    [[nodiscard]] int SortAtEnd();
+
+    /// The end of a program that people change settings in: `SortAtEnd`, then the settings are written back, once. -1 where
+    /// either fails.
+    [[nodiscard]] int End();
+
     /// Writes the settings back.
     [[nodiscard]] int SaveSettings();
 
@@ -60,6 +69,11 @@ class Program final : private core::HostSwitchPartners {
     /// where there is no environments file, and so none that would be.
     [[nodiscard]] core::Environment* ActiveEnvironment();
 
+    /// The base names of the folders that incoming mail goes to and that outgoing mail waits in: those of the active
+    /// environment where the tree has them, else "Inbox" and "Outbox". For an open bank.
+    [[nodiscard]] std::string Inbox() const { return active_.Inbox(); }
+    [[nodiscard]] std::string Outbox() const { return active_.Outbox(); }
+
     [[nodiscard]] core::Settings& settings() { return settings_; }
     [[nodiscard]] core::Environments& environments() { return environments_; }
     [[nodiscard]] store::Mailbox& mailbox() { return mailbox_; }
@@ -85,6 +99,7 @@ class Program final : private core::HostSwitchPartners {
     core::IdentifierMaker identifiers_;
     store::Mailbox mailbox_;
     store::Folders folders_;
+    ActiveFolders active_;
     Sessions sessions_;
     int cutSettings_ =
         0;  ///< how many settings lose their end when the environments are saved for the first time

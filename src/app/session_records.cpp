@@ -1,25 +1,58 @@
 #include "app/session_records.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
-#include "app/captured_mails.h"
+#include "analyse/mail_log.h"
+#include "analyse/read_conditions.h"
+#include "comm/capture_logs.h"
 #include "core/error_log.h"
+#include "core/error_text.h"
 #include "store/folder_tree.h"
 
 namespace postkite::app {
 
-SessionRecords::SessionRecords(core::Workspace& workspace, const core::Settings& settings,
-                               const core::Environments& environments, store::Mailbox& mailbox)
-    : workspace_(&workspace), settings_(&settings), environments_(&environments), mailbox_(&mailbox) {
+namespace {
+
+/// The folder whose mails say what is to be downloaded.
+constexpr std::string_view kDownloadFolder = "Download";
+
+/// The name of a room's or library's folder, from its entry in a patrol list or from a queued message's target: "mes3" and
+/// "MES 3" are one room.
+std::string FolderOf(const comm::PatrolEntry& place) {
+    std::string name = place.forum + ",";
+    std::copy_if(place.place.begin(), place.place.end(), std::back_inserter(name),
+                 [](char byte) { return byte != ' '; });
+    std::transform(name.begin() + static_cast<std::ptrdiff_t>(place.forum.size()), name.end(),
+                   name.begin() + static_cast<std::ptrdiff_t>(place.forum.size()), [](char byte) {
+                       return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + 0x20) : byte;
+                   });
+    return name;
 }
 
-std::string_view SessionRecords::Outbox() const {
-    const std::int32_t number = settings_->currentId;
-    const auto slot = static_cast<std::size_t>(number);
-    if (number < 0 || slot >= core::kEnvironmentCount) return store::kOutbox;
-    const std::string& folder = environments_->entries[slot].outbox;
-    return store::Mailbox::IsUsableName(folder) ? std::string_view(folder) : store::kOutbox;
+}  // namespace
+
+comm::PatrolLists PatrolOfToday(const core::Workspace& workspace, const core::Clock& clock,
+                                const store::FolderTree& tree) {
+    comm::PatrolLists lists;
+    for (const std::string& folder : analyse::ForumFoldersOf(workspace, tree)) {
+        std::string lastAccess;
+        analyse::ForumPlace place;
+        if (!analyse::ParseForumPlace(folder, place) ||
+            analyse::ShouldReadFolder(workspace, clock, folder, lastAccess) == 0)
+            continue;
+        comm::PatrolEntry entry;
+        entry.forum = place.forum;
+        entry.place = (place.library ? "lib" : "mes") + std::to_string(place.number);
+        (place.library ? lists.libraries : lists.rooms).push_back(std::move(entry));
+    }
+    return lists;
+}
+
+SessionRecords::SessionRecords(core::Workspace& workspace, const core::Clock& clock,
+                               const ActiveFolders& active, store::Mailbox& mailbox)
+    : workspace_(&workspace), clock_(&clock), active_(active), mailbox_(&mailbox) {
 }
 
 bool SessionRecords::MarkSentIn(std::string_view folder, std::string_view localId) {
@@ -28,22 +61,43 @@ bool SessionRecords::MarkSentIn(std::string_view folder, std::string_view localI
 }
 
 void SessionRecords::MarkMailSent(std::string_view localId) {
-    waiting_.emplace_back(localId);
-    SetWaitingMarks(Waiting::No);
+    sentMails_.emplace_back(localId);
+    WriteWaiting(Waiting::No);
 }
 
-void SessionRecords::SetWaitingMarks(Waiting waiting) {
-    if (waiting_.empty()) return;
+void SessionRecords::RecordLastAccess(const comm::PatrolEntry& place) {
+    placesRead_.push_back(FolderOf(place));
+    WriteWaiting(Waiting::No);
+}
+
+std::string SessionRecords::LastAccess(const comm::PatrolEntry& place) {
+    std::string date;
+    static_cast<void>(analyse::GetReadCondition(*workspace_, FolderOf(place), date));
+    std::erase(date, '/');
+    return date;
+}
+
+void SessionRecords::MarkDownloadDone(const comm::PatrolEntry& download) {
+    downloadsDone_.push_back(download.recordNumber);
+    WriteWaiting(Waiting::No);
+}
+
+void SessionRecords::WriteWaiting(Waiting waiting) {
+    if (sentMails_.empty() && placesRead_.empty() && downloadsDone_.empty()) return;
     // Nobody takes records out of the list between the search and the mark. Where the lock fails the mark does too, and
     // says so.
     core::WorkspaceLock lock;
     if (workspace_->Lock(waiting == Waiting::Yes, lock) == -EWOULDBLOCK) return;
-    for (const std::string& localId : std::exchange(waiting_, {}))
+    for (const std::string& localId : std::exchange(sentMails_, {}))
         Mark(localId);
+    for (const std::string& folder : std::exchange(placesRead_, {}))
+        WriteLastAccess(folder);
+    for (const int recordNumber : std::exchange(downloadsDone_, {}))
+        static_cast<void>(mailbox_->MarkSent(kDownloadFolder, recordNumber, true));
 }
 
 void SessionRecords::Mark(std::string_view localId) {
-    const std::string_view outbox = Outbox();
+    const std::string outbox = active_.Outbox();
     bool marked = MarkSentIn(outbox, localId);
     if (!marked && outbox != store::kOutbox) marked = MarkSentIn(store::kOutbox, localId);
     if (marked) return;
@@ -51,20 +105,16 @@ void SessionRecords::Mark(std::string_view localId) {
     core::LogError(*workspace_, "MarkMailSent: " + std::string(localId) + " was sent and is not marked");
 }
 
-// The files that say which places to read will keep this date.
-void SessionRecords::RecordLastAccess(const comm::PatrolEntry&) {
-}
-
-std::string SessionRecords::LastAccess(const comm::PatrolEntry&) {
-    return {};
-}
-
-// Waits for the list of downloads, which says what is done with its mails.
-void SessionRecords::MarkDownloadDone(const comm::PatrolEntry&) {
+/// A date that is not written only means that the place is read once more.
+void SessionRecords::WriteLastAccess(const std::string& folder) {
+    const int written = analyse::RecordLastAccess(*workspace_, *clock_, folder);
+    if (written == 0) return;
+    core::LogError(*workspace_, "RecordLastAccess: " + folder + ": " +
+                                    core::DescribeError(written, core::Language::English));
 }
 
 int SessionRecords::CountCapturedMails() {
-    return app::CountCapturedMails(*workspace_);
+    return analyse::CountCapturedMails(*workspace_, comm::kMailLogFile);
 }
 
 }  // namespace postkite::app

@@ -4,49 +4,55 @@
 #include <string_view>
 #include <vector>
 
+#include "app/active_folders.h"
 #include "comm/session_partners.h"
-#include "core/environments.h"
-#include "core/settings.h"
+#include "core/clock.h"
 #include "core/workspace.h"
 #include "store/mailbox.h"
 
 namespace postkite::app {
 
-/// Puts into the mailbox what a session has done. Borrows everything.
+/// What a session patrols: the rooms and libraries whose read conditions ask for it today, those of the tree
+/// first. Nothing is downloaded or sent in binary: no list of such files is kept.
+[[nodiscard]] comm::PatrolLists PatrolOfToday(const core::Workspace& workspace, const core::Clock& clock,
+                                              const store::FolderTree& tree);
+
+/// Keeps what a session has done: marks in the mailbox, dates in the read conditions. Borrows everything.
 ///
-/// Rooms, libraries and downloads are on no list yet: what says which of them to read is not built. A session
-/// has empty patrol lists so far, and the three operations about them are never called.
+/// A tick must not wait. What another program keeps from being written just now is written later, by
+/// `WriteWaiting`.
 class SessionRecords final : public comm::SessionPartners {
   public:
-    SessionRecords(core::Workspace& workspace, const core::Settings& settings,
-                   const core::Environments& environments, store::Mailbox& mailbox);
+    SessionRecords(core::Workspace& workspace, const core::Clock& clock, const ActiveFolders& active,
+                   store::Mailbox& mailbox);
 
-    /// Looks in the outgoing folder of the active host, then in "Outbox". While another program works on the mail, the
-    /// mark waits: a tick must not.
+    /// Looks in the Outbox of the active environment, then in "Outbox".
     void MarkMailSent(std::string_view localId) override;
     void RecordLastAccess(const comm::PatrolEntry& place) override;
     [[nodiscard]] std::string LastAccess(const comm::PatrolEntry& place) override;
     void MarkDownloadDone(const comm::PatrolEntry& download) override;
     [[nodiscard]] int CountCapturedMails() override;
 
-    /// Sets the marks that wait, where nobody else works on the mail now; with `Waiting::Yes` when he is done.
+    /// Writes what waits, where nobody else works in the directory now; with `Waiting::Yes` when he is done.
     enum class Waiting { No, Yes };
-    void SetWaitingMarks(Waiting waiting);
+    void WriteWaiting(Waiting waiting);
 
     /// Mails that could not be marked sent since the last `BeginSession`; "error.log" names them.
     [[nodiscard]] int unmarked() const { return unmarked_; }
     void BeginSession() { unmarked_ = 0; }
 
   private:
-    [[nodiscard]] std::string_view Outbox() const;
     void Mark(std::string_view localId);
     [[nodiscard]] bool MarkSentIn(std::string_view folder, std::string_view localId);
+    void WriteLastAccess(const std::string& folder);
 
     core::Workspace* workspace_;
-    const core::Settings* settings_;
-    const core::Environments* environments_;
+    const core::Clock* clock_;
+    ActiveFolders active_;
     store::Mailbox* mailbox_;
-    std::vector<std::string> waiting_;  ///< identifiers of mails that have gone out and have no mark yet
+    std::vector<std::string> sentMails_;   ///< identifiers of mails that have gone out and have no mark yet
+    std::vector<std::string> placesRead_;  ///< folder names whose last access is not written yet
+    std::vector<int> downloadsDone_;       ///< record numbers in the folder "Download"
     int unmarked_ = 0;
 };
 

@@ -1,6 +1,8 @@
 #include "app/sessions.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "comm/capture_logs.h"
 #include "core/error_log.h"
@@ -20,33 +22,48 @@ constexpr std::string_view kSessionDirectory = "BMTEMP.$$$";
 }  // namespace
 
 Sessions::Sessions(comm::SerialPort& port, core::Workspace& workspace, const core::Settings& settings,
-                   const core::Environments& environments, core::UserInterface& ui, const core::Clock& clock,
-                   store::Mailbox& mailbox)
+                   core::UserInterface& ui, const core::Clock& clock, const ActiveFolders& active,
+                   store::Mailbox& mailbox, store::Folders& folders)
     : workspace_(&workspace),
       settings_(&settings),
       ui_(&ui),
-      records_(workspace, settings, environments, mailbox),
+      clock_(&clock),
+      active_(active),
+      mailbox_(&mailbox),
+      folders_(&folders),
+      records_(workspace, clock, active, mailbox),
       session_(port, workspace, settings, ui, clock, records_) {
 }
 
-int Sessions::Begin(comm::Session::Start start, const std::string& device, const comm::ScriptLines* script) {
-    if (running() || TakeSessionLock() < 0) return -1;
-    captured_ = false;
+int Sessions::Begin(Start start, const std::string& device, const comm::ScriptLines* script) {
+    if (running() || TakeLock(lock_) < 0) return -1;
+    yield_ = {};
     records_.BeginSession();
-    // Nothing is sent or captured before the first tick. The captures stay in their place where the line
-    // cannot be opened, which can take so long that nothing else may be locked meanwhile.
-    if (session_.Begin(start, device, {}, script) == 0 && SetLeftOversAside() == 0) {
-        captured_ = true;
+    if (AnalyseLeftOvers() == 0 && PrepareQueue(start) == 0 &&
+        session_.Begin(start, device, PatrolOfToday(*workspace_, *clock_, folders_->tree()), script) == 0)
         return 0;
-    }
-    HangUp();
+    lock_.reset();
     return -1;
 }
 
+/// Changes `start` where there is nothing to send.
+int Sessions::PrepareQueue(Start& start) {
+    if (start == Start::ReceiveOnly) return 0;
+    outgoing::SendQueue queue;
+    if (outgoing::BuildSendQueue(*mailbox_, *settings_, active_.Outbox(), outgoing::PostOrder::Ascending,
+                                 queue) == 0)
+        return 0;
+    if (queue.refused) return -1;
+    ui_->SetStatusText(core::Choose(*ui_, "受信だけを行います。"_sjis, "Receiving only."));
+    start = Start::ReceiveOnly;
+    return 0;
+}
+
 int Sessions::Tick() {
+    if (!session_.running()) return comm::kSessionGoesOn;
     const int result = session_.Tick();
-    if (running()) {
-        records_.SetWaitingMarks(SessionRecords::Waiting::No);
+    if (session_.running()) {
+        records_.WriteWaiting(SessionRecords::Waiting::No);
     } else {
         End();
     }
@@ -54,13 +71,19 @@ int Sessions::Tick() {
 }
 
 void Sessions::HangUp() {
+    if (!session_.running()) return;
     session_.HangUp();
-    if (!running()) End();
+    if (!session_.running()) End();
 }
 
 void Sessions::End() {
-    records_.SetWaitingMarks(SessionRecords::Waiting::Yes);
+    if (ending_) return;
+    ending_ = true;
+    records_.WriteWaiting(SessionRecords::Waiting::Yes);
+    yield_.sent = session_.sent();
+    AnalyseCaptures();
     lock_.reset();
+    ending_ = false;
     if (records_.unmarked() == 0) return;
     std::string text(core::Choose(*ui_, "送信済みの印を付けられなかったメール: "_sjis,
                                   "Mails that were sent and could not be marked as sent: "));
@@ -68,25 +91,96 @@ void Sessions::End() {
     records_.BeginSession();
 }
 
-Sessions::Yield Sessions::yield() {
-    return {captured_ ? records_.CountCapturedMails() : 0, 0, session_.sent()};
+analyse::Analysis Sessions::MakeAnalysis(bool resultMessages) {
+    return {*workspace_, *settings_, *mailbox_, *folders_, *ui_, *clock_, active_.Inbox(), resultMessages};
+}
+
+void Sessions::AnalyseCaptures() {
+    const analyse::Analysis analysis = MakeAnalysis(true);
+    analyse::MailLogResult mails;
+    const int received = analyse::AnalyseMailLog(analysis, comm::kMailLogFile, mails);
+    yield_.mails = std::max(received, 0);
+    analyse::ForumLogResult messages;
+    yield_.messages = analyse::AnalyseForumLog(analysis, comm::kForumLogFile, messages);
+    yield_.stored = CapturesAreGone();
+    analyse::ReportForumMessages(analysis, yield_.messages);
+}
+
+/// A session makes the mail's capture anew, and what is in an old one is gone from the host. So no session begins
+/// before that is stored.
+int Sessions::AnalyseLeftOvers() {
+    const analyse::Analysis analysis = MakeAnalysis(false);
+    analyse::MailLogResult mails;
+    const int received = analyse::AnalyseMailLog(analysis, comm::kMailLogFile, mails);
+    analyse::ForumLogResult messages;
+    const int stored = analyse::AnalyseForumLog(analysis, comm::kForumLogFile, messages);
+    if (received > 0 || stored > 0) {
+        std::string text(core::Choose(*ui_, "前回の通信の受信データを保存しました。メール: "_sjis,
+                                      "What an earlier session had received was stored. Mails: "));
+        text += std::to_string(std::max(mails.stored, 0));
+        text += core::Choose(*ui_, "　会議室データ: "_sjis, ", messages: ");
+        Tell(text + std::to_string(stored));
+    }
+    if (CapturesAreGone()) return 0;
+    Tell(core::Choose(*ui_, "前回の通信の受信データを保存できないため、通信を始めません。"_sjis,
+                      "What an earlier session has received cannot be stored, so no session was begun."));
+    return -1;
+}
+
+/// The analysers delete a capture when all that is in it is stored. One that cannot be opened is there all the same.
+bool Sessions::CapturesAreGone() const {
+    const auto isGone = [this](std::string_view file) {
+        core::EntryKind kind{};
+        return workspace_->Inspect(file, kind) == 0 && kind == core::EntryKind::Missing;
+    };
+    return isGone(comm::kMailLogFile) && isGone(comm::kForumLogFile);
+}
+
+int Sessions::BuildQueue(outgoing::SendQueue& queue) {
+    SessionLock lock;
+    if (RefuseWhileRunning() < 0 || TakeLock(lock) < 0) return -1;
+    return outgoing::BuildSendQueue(*mailbox_, *settings_, active_.Outbox(), outgoing::PostOrder::Ascending,
+                                    queue);
+}
+
+int Sessions::AnalyseMailLog(std::string_view path, analyse::MailLogResult& result) {
+    SessionLock lock;
+    if (RefuseWhileRunning() < 0 || TakeLock(lock) < 0) return kRefused;
+    return analyse::AnalyseMailLog(MakeAnalysis(true), path, result);
+}
+
+int Sessions::AnalyseForumLog(std::string_view path, analyse::ForumLogResult& result) {
+    SessionLock lock;
+    if (RefuseWhileRunning() < 0 || TakeLock(lock) < 0) return kRefused;
+    const analyse::Analysis analysis = MakeAnalysis(true);
+    const int stored = analyse::AnalyseForumLog(analysis, path, result);
+    analyse::ReportForumMessages(analysis, stored);
+    return stored;
+}
+
+int Sessions::RefuseWhileRunning() {
+    if (!running()) return 0;
+    Tell("送受信中です。"_sjis);
+    return -1;
 }
 
 /// The working directory's lock is held as well while this one is taken or tried, so that nobody's try is
 /// taken for a session.
-int Sessions::TakeSessionLock() {
-    core::WorkspaceLock lock;
-    int result = workspace_->Lock(true, lock);
+int Sessions::TakeLock(SessionLock& lock) {
+    core::WorkspaceLock workspaceLock;
+    int result = workspace_->Lock(true, workspaceLock);
     if (result == 0) result = workspace_->CreateDirectory(kSessionDirectory);
-    if (result == 0 || result == -EEXIST) result = workspace_->LockDirectory(kSessionDirectory, lock_);
+    if (result == 0 || result == -EEXIST) result = workspace_->LockDirectory(kSessionDirectory, lock);
     if (result == 0) return 0;
     if (result == -EWOULDBLOCK) {
         Tell(core::Choose(*ui_, "ほかの Postkite が通信中です。"_sjis,
                           "Another Postkite has a session in this working directory."));
-    } else {
-        Refuse(" を使用できないため、通信を始めません。"_sjis, " cannot be used. The session was not begun.",
-               kSessionDirectory, result);
+        return -1;
     }
+    std::string text(kSessionDirectory);
+    text += core::Choose(*ui_, " を使用できないため、通信を始めません。"_sjis,
+                         " cannot be used. The session was not begun.");
+    Tell(text + "\r\n" + core::DescribeError(result, ui_->language()));
     return -1;
 }
 
@@ -95,61 +189,6 @@ bool Sessions::RunElsewhere() const {
     std::unique_ptr<core::FileLock> tried;
     return !running() && workspace_->Lock(true, lock) == 0 &&
            workspace_->LockDirectory(kSessionDirectory, tried) == -EWOULDBLOCK;
-}
-
-/// The one place that knows what becomes of mails that an earlier session captured: it was broken off before they
-/// were analysed, or they could not be. A session makes their file anew, and they are gone from the host. The
-/// other captures are appended to.
-int Sessions::SetLeftOversAside() {
-    core::WorkspaceLock lock;
-    if (const int result = workspace_->Lock(true, lock); result < 0) {
-        Refuse(" を使用できないため、通信を始めません。"_sjis, " cannot be used. The session was not begun.",
-               comm::kMailLogFile, result);
-        return -1;
-    }
-    if (const int result = SetAside(comm::kMailLogFile); result < 0) {
-        Refuse(" に前回の通信が残っていて、別の名前で保存できません。通信を始めません。"_sjis,
-               " is left from an earlier session and cannot be kept under another name. The session was "
-               "not begun.",
-               comm::kMailLogFile, result);
-        return -1;
-    }
-    return 0;
-}
-
-int Sessions::SetAside(std::string_view file) {
-    std::unique_ptr<core::File> opened;
-    int result = workspace_->Open(file, core::OpenMode::Read, opened);
-    if (result == -ENOENT) return 0;
-    if (result < 0) return result;
-    const std::int64_t size = opened->Size();
-    opened.reset();
-    if (size <= 0) return static_cast<int>(size);
-
-    constexpr int kMostKept = 999;
-    for (int number = 1; number <= kMostKept; ++number) {
-        const std::string kept =
-            std::string(file) + ".bak" + (number == 1 ? std::string() : std::to_string(number));
-        core::EntryKind kind{};
-        result = workspace_->Inspect(kept, kind);
-        if (result < 0) return result;
-        if (kind != core::EntryKind::Missing) continue;
-        result = workspace_->Rename(file, kept);
-        if (result == 0) result = workspace_->SyncNames(kept);
-        if (result < 0) return result;
-        std::string text(file);
-        text += core::Choose(*ui_, " に前回の通信が残っていたため、次の名前で保存しました: "_sjis,
-                             " is left from an earlier session. It was kept as ");
-        Tell(text + kept);
-        return 0;
-    }
-    return -EEXIST;
-}
-
-void Sessions::Refuse(std::string_view japanese, std::string_view english, std::string_view file, int error) {
-    std::string text(file);
-    text += core::Choose(*ui_, japanese, english);
-    Tell(text + "\r\n" + core::DescribeError(error, ui_->language()));
 }
 
 void Sessions::Tell(std::string_view text) {

@@ -4,44 +4,68 @@
 #include <string>
 #include <string_view>
 
+#include "analyse/analysis.h"
+#include "analyse/forum_log.h"
+#include "analyse/mail_log.h"
+#include "app/active_folders.h"
 #include "app/session_records.h"
 #include "comm/serial_port.h"
 #include "comm/session.h"
 #include "core/clock.h"
-#include "core/environments.h"
 #include "core/file_system.h"
 #include "core/settings.h"
 #include "core/user_interface.h"
 #include "core/workspace.h"
+#include "outgoing/send_queue.h"
+#include "store/folder_commands.h"
 #include "store/mailbox.h"
 
 namespace postkite::app {
 
-/// The program's sessions, one at a time, with what comes before and after each. In a working directory only
-/// one program has a session at any time; meanwhile the others may read and write mail. Borrows everything it
-/// is made from; settings and environments must not change while a session runs.
+/// The program's sessions, one at a time, from the command to the stored mail, and what else works on the send
+/// queue and the captures. In a working directory only one program does so at any time; meanwhile the others
+/// may read and write mail. Borrows everything it is made from. Settings, environments and the current bank
+/// must not change while a session runs.
+///
+/// Before a session the captures that an earlier one has left, because the program was killed, are analysed. At
+/// its end its own are, however it ended: what is in them may be gone from the host.
 class Sessions {
   public:
     Sessions(comm::SerialPort& port, core::Workspace& workspace, const core::Settings& settings,
-             const core::Environments& environments, core::UserInterface& ui, const core::Clock& clock,
-             store::Mailbox& mailbox);
+             core::UserInterface& ui, const core::Clock& clock, const ActiveFolders& active,
+             store::Mailbox& mailbox, store::Folders& folders);
 
-    /// Begins a session, with the built-in script or with `script`; see `comm::Session::Begin`. What an
-    /// earlier session captured and nobody has analysed is set aside first, and the user told. Returns 0, or
-    /// -1 where a session runs, here or in another program, where the line cannot be opened and where
-    /// captures cannot be set aside. The user knows, unless the session is unattended (`AUTOMODE`);
-    /// "error.log" has it in any case.
-    [[nodiscard]] int Begin(comm::Session::Start start, const std::string& device,
+    using Start = comm::Session::Start;
+
+    /// Begins a session, with the built-in script or with `script`; see `comm::Session::Begin`. With the queue,
+    /// builds it first; where nothing is reserved for sending the session only receives, and says so. Returns
+    /// 0, or -1 where a session runs, here or in another program, where the queue or captures of an earlier
+    /// session cannot be worked on, and where the line cannot be opened. The user knows, unless the session is
+    /// unattended (`AUTOMODE`); "error.log" has it in any case.
+    [[nodiscard]] int Begin(Start start, const std::string& device,
                             const comm::ScriptLines* script = nullptr);
 
-    /// To be called every 200 ms while a session runs. Returns `comm::kSessionGoesOn`, or how it ended.
+    /// To be called every 200 ms while a session runs. Returns `comm::kSessionGoesOn`, or how it ended: the
+    /// captures are analysed then. A call that comes from a message box or from the windows during the analysis
+    /// does nothing.
     [[nodiscard]] int Tick();
     /// As the session's own.
     void Disconnect() { session_.Disconnect(); }
+    /// As the session's own; then the captures are analysed.
     void HangUp();
 
-    /// Whether a session of this program runs.
-    [[nodiscard]] bool running() const { return session_.running(); }
+    /// Builds the send queue from the Outbox. As `outgoing::BuildSendQueue`; also -1 while a session runs, here or
+    /// in another program, and the user knows.
+    [[nodiscard]] int BuildQueue(outgoing::SendQueue& queue);
+
+    /// The maintenance run of an analyser over a capture file. As the analysers return; `kRefused` while a session
+    /// runs, here or in another program, and the user knows.
+    static constexpr int kRefused = -2;
+    [[nodiscard]] int AnalyseMailLog(std::string_view path, analyse::MailLogResult& result);
+    [[nodiscard]] int AnalyseForumLog(std::string_view path, analyse::ForumLogResult& result);
+
+    /// Whether a session of this program runs, the analysis of its captures included.
+    [[nodiscard]] bool running() const { return session_.running() || ending_; }
     /// Whether another program has a session in the working directory. Waits for that program where it is
     /// just beginning it.
     [[nodiscard]] bool RunElsewhere() const;
@@ -49,30 +73,40 @@ class Sessions {
     /// Why the line could not be opened, a negated errno value; 0 where that was not the reason.
     [[nodiscard]] int lineError() { return session_.line().error(); }
 
-    /// What the last session has brought. No message of a forum is counted before there is an analyser for
-    /// them: it tells those that are there already.
+    /// What the last session has brought.
     struct Yield {
-        int mails = 0;  ///< captured
-        int messages = 0;
-        int sent = 0;  ///< mails and posts
+        int mails = 0;       ///< received
+        int messages = 0;    ///< of forums, stored
+        int sent = 0;        ///< mails and posts
+        bool stored = true;  ///< false: a capture could not be stored whole, and stays
     };
-    [[nodiscard]] Yield yield();
+    [[nodiscard]] const Yield& yield() const { return yield_; }
 
   private:
+    /// The session's lock while it lives.
+    using SessionLock = std::unique_ptr<core::FileLock>;
+    [[nodiscard]] int TakeLock(SessionLock& lock);
+    [[nodiscard]] int RefuseWhileRunning();
+    [[nodiscard]] int PrepareQueue(Start& start);
+    [[nodiscard]] int AnalyseLeftOvers();
+    void AnalyseCaptures();
+    [[nodiscard]] bool CapturesAreGone() const;
     void End();
-    [[nodiscard]] int TakeSessionLock();
-    [[nodiscard]] int SetLeftOversAside();
-    [[nodiscard]] int SetAside(std::string_view file);
+    [[nodiscard]] analyse::Analysis MakeAnalysis(bool resultMessages);
     void Tell(std::string_view text);
-    void Refuse(std::string_view japanese, std::string_view english, std::string_view file, int error);
 
     core::Workspace* workspace_;
     const core::Settings* settings_;
     core::UserInterface* ui_;
+    const core::Clock* clock_;
+    ActiveFolders active_;
+    store::Mailbox* mailbox_;
+    store::Folders* folders_;
     SessionRecords records_;
     comm::Session session_;
-    std::unique_ptr<core::FileLock> lock_;  ///< while a session runs
-    bool captured_ = false;                 ///< whether the captures are those of the last session
+    SessionLock lock_;  ///< while a session runs
+    bool ending_ = false;
+    Yield yield_;
 };
 
 }  // namespace postkite::app

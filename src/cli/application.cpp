@@ -5,13 +5,19 @@
 #include <ostream>
 
 #include "cli/command_context.h"
+#include "cli/commands/analyse_command.h"
 #include "cli/commands/banks_command.h"
+#include "cli/commands/demo_command.h"
 #include "cli/commands/environments_command.h"
 #include "cli/commands/folders_command.h"
+#include "cli/commands/forums_command.h"
 #include "cli/commands/mail_command.h"
+#include "cli/commands/queue_command.h"
+#include "cli/commands/rules_command.h"
 #include "cli/commands/script_command.h"
 #include "cli/commands/session_command.h"
 #include "cli/commands/settings_command.h"
+#include "cli/commands/sort_command.h"
 #include "cli/completion.h"
 
 namespace postkite::cli {
@@ -92,8 +98,14 @@ int RunPostkite(std::vector<std::string> arguments, core::FileSystem& fileSystem
     AddFoldersCommand(application, context);
     AddCompactCommand(application, context);
     AddMailCommand(application, context);
+    AddRulesCommand(application, context);
+    AddSortCommand(application, context);
+    AddForumsCommand(application, context);
+    AddAnalyseCommand(application, context);
+    AddQueueCommand(application, context);
     AddSessionCommand(application, context);
     AddScriptRunCommand(AddScriptCommand(application, context), context);
+    AddDemoCommand(application, context);
     if (context.language() == core::Language::Japanese) HeadInJapanese(application);
     if (!arguments.empty() && arguments.front() == kCompleteCommand) {
         return PrintCompletions(application, context, std::move(arguments));

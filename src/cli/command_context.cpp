@@ -47,6 +47,11 @@ std::optional<std::filesystem::path> CommandContext::StateDirectory() const {
     return std::filesystem::path(*home) / ".local" / "state" / "postkite";
 }
 
+std::unique_ptr<Session> CommandContext::NewSession(const std::filesystem::path& path,
+                                                    const std::filesystem::path& stateDirectory) {
+    return std::make_unique<Session>(*fileSystem_, path, stateDirectory, *console_, language_, yes);
+}
+
 std::unique_ptr<Session> CommandContext::OpenDirectory() {
     const auto path = WorkingDirectory();
     if (!path) {
@@ -54,8 +59,7 @@ std::unique_ptr<Session> CommandContext::OpenDirectory() {
                                   "There is no working directory; name one with --dir."}));
         return nullptr;
     }
-    auto session = std::make_unique<Session>(*fileSystem_, *path, StateDirectory().value_or(*path), *console_,
-                                             language_, yes);
+    auto session = NewSession(*path, StateDirectory().value_or(*path));
     const int prepared = session->workspace.Prepare();
     core::EntryKind kind{};
     const int inspected = fileSystem_->Inspect(*path, kind);

@@ -60,6 +60,10 @@ class CommandContext {
     [[nodiscard]] const Console& console() const { return *console_; }
     [[nodiscard]] core::FileSystem& fileSystem() { return *fileSystem_; }
 
+    /// A program in a directory of the caller's choice; nothing is opened or started.
+    [[nodiscard]] std::unique_ptr<Session> NewSession(const std::filesystem::path& directory,
+                                                      const std::filesystem::path& stateDirectory);
+
     /// Opens the working directory, made when missing, and starts the program in it. nullptr when that fails;
     /// the user knows why.
     [[nodiscard]] std::unique_ptr<Session> Open();

@@ -36,11 +36,8 @@ std::string_view WithoutCountdown(std::string_view text) {
 
 constexpr std::size_t kBarColumns = 20;
 
-std::string DrawBar(std::uint64_t position, std::uint64_t total) {
-    const std::uint64_t reached = std::min(position, total);
-    const double share = static_cast<double>(reached) / static_cast<double>(total);
-    const auto filled = static_cast<std::size_t>(share * static_cast<double>(kBarColumns));
-    const auto percent = static_cast<int>(share * 100);
+std::string DrawBar(int percent) {
+    const std::size_t filled = static_cast<std::size_t>(percent) * kBarColumns / 100;
     return "[" + std::string(filled, '#') + std::string(kBarColumns - filled, '.') + "] " +
            std::to_string(percent) + "%";
 }
@@ -101,7 +98,13 @@ bool TerminalUserInterface::ErrTakesMore() const {
 }
 
 void TerminalUserInterface::SetProgress(std::uint64_t position, std::uint64_t total) {
-    bar_ = total == 0 ? std::string() : DrawBar(position, total);
+    const int percent = total == 0 ? kNoBar
+                                   : static_cast<int>(static_cast<double>(std::min(position, total)) * 100 /
+                                                      static_cast<double>(total));
+    // Work on many mails calls for each of them.
+    if (percent == percent_) return;
+    percent_ = percent;
+    bar_ = percent == kNoBar ? std::string() : DrawBar(percent);
     DrawStatusLine();
 }
 

@@ -49,6 +49,8 @@ class TerminalUserInterface final : public core::UserInterface {
     StatusTexts statusTexts_ = StatusTexts::Drawn;
     std::string statusText_;   ///< code page 932
     std::string printedText_;  ///< the one that was printed last, without a number at its end
+    static constexpr int kNoBar = -1;
+    int percent_ = kNoBar;
     std::string bar_;
     std::string drawn_;  ///< what stands on the status line now
     bool inMonitorLine_ = false;

@@ -186,10 +186,8 @@ int Interpreter::SendFileBuffer(const ScriptFields&) {
 }
 
 int Interpreter::CheckSendEnd(const ScriptFields&) {
-    if (state_.uploaded) {
-        state_.uploaded = false;
+    if (std::string localId; TakeUnconfirmed(localId)) {
         ++state_.sent;
-        const std::string localId = queue_.MailId(state_.mailIndex);
         if (!localId.empty()) {
             partners_->MarkMailSent(localId);
         } else {

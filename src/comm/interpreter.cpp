@@ -197,6 +197,11 @@ void Interpreter::End() {
     state_.line = 0;
 }
 
+bool Interpreter::TakeUnconfirmed(std::string& localId) {
+    localId = std::exchange(state_.uploadedId, {});
+    return std::exchange(state_.uploaded, false);
+}
+
 void Interpreter::ShowRedialCountdown() {
     if (!std::string_view(statusText_).starts_with(kBusyStatus)) return;
     std::array<char, 48> text{};

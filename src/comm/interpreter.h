@@ -70,6 +70,10 @@ class Interpreter {
     /// Those of them whose mail in the Outbox could not be named, and so is not marked.
     [[nodiscard]] int unmarked() const { return state_.unmarked; }
 
+    /// Whether a mail went out whole and the script has not come to its confirmation by the host. Told once; `localId` is the
+    /// mail's identifier, empty where it has none.
+    [[nodiscard]] bool TakeUnconfirmed(std::string& localId);
+
     /// Whether a call may be up: something has been sent since the modem was last set up or told to hang up.
     [[nodiscard]] bool callMayBeUp() const { return state_.callMayBeUp; }
     /// Whether the host has been left: what is lost of the line from then on is no fault.
@@ -117,6 +121,7 @@ class Interpreter {
         bool fileSending = false;
         bool routePrompt = false;  ///< routes 4 and 5: the host's prompt comes before the next line
         bool uploaded = false;     ///< a whole file since the last "CHECK_SEND_END"
+        std::string uploadedId;    ///< of the mail in that file
         int mailIndex = -1;        ///< of the mail in it
         std::uint64_t bytesSent = 0;
         std::uint64_t fileBytesSent = 0;

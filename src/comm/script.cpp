@@ -58,6 +58,16 @@ bool HasLogOffLine(const ScriptLines& lines) {
            std::none_of(lines.begin(), lines.begin() + kLogOffLine, EndsScript);
 }
 
+bool ReadsSendQueue(const ScriptLines& lines, std::string_view fenicsLoad) {
+    constexpr auto kReading =
+        std::to_array<std::string_view>({"READ_FILE_FAST", "READ_FILE", "READ_ID", "READ_VANID",
+                                         "READ_MES_TO", "CHKSMAIL", "CHECK_SENDMAIL"});
+    return std::any_of(lines.begin(), lines.end(), [fenicsLoad, &kReading](const std::string& line) {
+        return !line.empty() && std::find(kReading.begin(), kReading.end(),
+                                          SplitLine(line, fenicsLoad).command) != kReading.end();
+    });
+}
+
 BuiltInScript ChooseScript(const core::Settings& settings) {
     if (settings.fenicsLoad == "1") return settings.forumName.empty() ? BuiltInScript::C : BuiltInScript::D;
     return settings.forumName.empty() ? BuiltInScript::A : BuiltInScript::B;

@@ -42,6 +42,9 @@ struct ScriptFields {
 /// Whether a script has a line 200 that is loaded, for the user's disconnect to go on at.
 [[nodiscard]] bool HasLogOffLine(const ScriptLines& lines);
 
+/// Whether a script reads the send queue: one of its lines has a command that does.
+[[nodiscard]] bool ReadsSendQueue(const ScriptLines& lines, std::string_view fenicsLoad);
+
 /// The four scripts that are built in.
 enum class BuiltInScript { A, B, C, D };
 [[nodiscard]] const ScriptLines& BuiltInScriptLines(BuiltInScript script);

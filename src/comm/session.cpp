@@ -40,11 +40,7 @@ int Session::Begin(Start start, const std::string& device, PatrolLists lists, co
     if (running()) return -1;
     const int logOffLine = LoadScript(script);
     if (start == Start::ReceiveOnly) {
-        const int error = workspace_->Remove(kMailQueueFile);
-        if (error < 0 && error != -ENOENT && error != -ENOTDIR) {
-            core::LogError(*workspace_, std::string(kMailQueueFile) + ": " +
-                                            core::DescribeError(error, core::Language::English));
-        }
+        RemoveQueue();
     } else {
         interpreter_.queue().Open(*workspace_);
     }
@@ -65,6 +61,15 @@ int Session::Begin(Start start, const std::string& device, PatrolLists lists, co
     return 0;
 }
 
+void Session::RemoveQueue() {
+    for (const std::string_view file : {kMailQueueFile, kPostQueueFile}) {
+        const int error = workspace_->Remove(file);
+        if (error == 0 || error == -ENOENT || error == -ENOTDIR) continue;
+        core::LogError(*workspace_,
+                       std::string(file) + ": " + core::DescribeError(error, core::Language::English));
+    }
+}
+
 /// Returns where the log-off begins, 0 when the script has none.
 int Session::LoadScript(const ScriptLines* script) {
     if (script == nullptr) {
@@ -73,11 +78,7 @@ int Session::LoadScript(const ScriptLines* script) {
         return chosen == BuiltInScript::D ? kLogOffLineOfScriptD : kLogOffLine;
     }
     script_.Load(*script, settings_->fenicsLoad);
-    // Behind its end the table holds the lines of an earlier script.
-    const auto end = std::find_if(script->begin(), script->end(),
-                                  [](const std::string& line) { return EndsScript(line); });
-    const bool hasLogOff = end - script->begin() >= kLogOffLine && !(*script)[kLogOffLine].empty();
-    return hasLogOff ? kLogOffLine : 0;
+    return HasLogOffLine(*script) ? kLogOffLine : 0;
 }
 
 void Session::RefuseToBegin(Start start, const std::string& device) {
@@ -218,6 +219,25 @@ void Session::Report(int result) {
     if (!text.empty() && settings_->autoMode == 0) {
         ui_->ShowMessage(core::kProductName, text, core::MessageIcon::Information);
     }
+    ReportUnconfirmed();
+}
+
+/// The host may have taken the mail or not. It stays reserved, so that it cannot be lost, and whoever has it sent again
+/// is told that it may come twice.
+void Session::ReportUnconfirmed() {
+    std::string localId;
+    if (!interpreter_.TakeUnconfirmed(localId)) return;
+    core::LogError(*workspace_, "session: " + localId + " was sent, and the host did not confirm it");
+    if (settings_->autoMode != 0) return;
+    ui_->ShowMessage(
+        core::kProductName,
+        core::Choose(
+            *ui_,
+            "送信を終えたあと、ホストの確認を受け取る前に回線が切れたメールがあります。"
+            "次の通信でもう一度送信します。二度届くのを避けるには、送信予約を解除してください。"_sjis,
+            "A mail went out whole, and the line was lost before the host confirmed it. It will be "
+            "sent again with the next session; take its reservation back if it must not come twice."),
+        core::MessageIcon::Warning);
 }
 
 void Session::Disconnect() {
@@ -245,6 +265,7 @@ void Session::HangUp() {
     SaveCaptures();
     line_.CloseLine();
     phase_ = Phase::Idle;
+    ReportUnconfirmed();
 }
 
 }  // namespace postkite::comm

@@ -46,7 +46,7 @@ class Session {
     ~Session();
 
     /// With the queue: opens "BMTEMP.$$$\send.inf", "BMTEMP.$$$\mes.inf" and "BMTEMP.$$$\MailID.tmp" where
-    /// they exist. Without: removes "BMTEMP.$$$\send.inf" first and opens none.
+    /// they exist. Without: removes the first two and opens none.
     enum class Start { SendAndReceive, ReceiveOnly };
 
     /// Chooses the built-in script, or takes `script`, opens the line and begins at line 1. `device` is as
@@ -95,6 +95,8 @@ class Session {
     [[nodiscard]] int Finish();
     [[nodiscard]] std::string TextFor(int result) const;
     void Report(int result);
+    void RemoveQueue();
+    void ReportUnconfirmed();
 
     core::Workspace* workspace_;
     const core::Settings* settings_;

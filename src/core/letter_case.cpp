@@ -43,4 +43,17 @@ bool EqualIgnoringCase(std::string_view left, std::string_view right) noexcept {
     return true;
 }
 
+std::string SmallLetters(std::string_view text) {
+    std::string small;
+    small.reserve(text.size());
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = CharacterLength(text, at);
+        const unsigned code = SmallLetter(text.substr(at, length));
+        if (length == 2) small += static_cast<char>(code >> 8);
+        small += static_cast<char>(code & 0xFF);
+        at += length;
+    }
+    return small;
+}
+
 }  // namespace postkite::core

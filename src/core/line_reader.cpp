@@ -33,18 +33,38 @@ void LineReader::Keep(const char* bytes, std::size_t count) {
     cutLine_.append(bytes, std::min(count, longestLine_ - cutLine_.size()));
 }
 
+std::optional<std::string_view> LineReader::TakeLine() {
+    if (!InBlock()) return std::nullopt;
+    const char* start = block_.data() + (position_ - blockStart_);
+    const std::size_t available = blockBytes_ - (position_ - blockStart_);
+    const char* end = static_cast<const char*>(std::memchr(start, '\r', available));
+    if (end == nullptr) return std::nullopt;
+    const auto count = static_cast<std::size_t>(end - start);
+    // The byte behind the CR has to be here too.
+    if (count + 1 == available || count > longestLine_) return std::nullopt;
+    position_ += count + 2;
+    return std::string_view(start, count);
+}
+
+/// Collects the bytes in front of the next `end` and goes behind it. False where the file ends before.
+bool LineReader::CollectUpTo(char end) {
+    cutLine_.clear();
+    while (InBlock() || FillBlock()) {
+        const char* start = block_.data() + (position_ - blockStart_);
+        const std::size_t available = blockBytes_ - (position_ - blockStart_);
+        const char* found = static_cast<const char*>(std::memchr(start, end, available));
+        const std::size_t count = found == nullptr ? available : static_cast<std::size_t>(found - start);
+        Keep(start, count);
+        position_ += count;
+        if (found == nullptr) continue;
+        ++position_;
+        return true;
+    }
+    return false;
+}
+
 int ReadLogLine(LineReader& file, std::string& buffer) {
-    file.cutLine_.clear();
-    for (;;) {
-        if (!file.InBlock() && !file.FillBlock()) break;
-        const char* start = file.block_.data() + (file.position_ - file.blockStart_);
-        const std::size_t available = file.blockBytes_ - (file.position_ - file.blockStart_);
-        const char* end = static_cast<const char*>(std::memchr(start, '\r', available));
-        const std::size_t count = end == nullptr ? available : static_cast<std::size_t>(end - start);
-        file.Keep(start, count);
-        file.position_ += count;
-        if (end == nullptr) continue;
-        ++file.position_;
+    if (file.CollectUpTo('\r')) {
         if (file.InBlock() || file.FillBlock()) ++file.position_;
         buffer.assign(file.cutLine_);
         file.cutLine_.clear();
@@ -52,6 +72,18 @@ int ReadLogLine(LineReader& file, std::string& buffer) {
     }
     buffer.replace(0, std::min(buffer.size(), file.cutLine_.size()), file.cutLine_);
     return -1;
+}
+
+int ReadRawLine(LineReader& file, std::string& buffer) {
+    const bool ended = file.CollectUpTo('\n');
+    if (ended) {
+        file.Keep("\n", 1);
+    } else if (file.error_ != 0 || file.cutLine_.empty()) {
+        return -1;
+    }
+    buffer.assign(file.cutLine_);
+    file.cutLine_.clear();
+    return 0;
 }
 
 }  // namespace postkite::core

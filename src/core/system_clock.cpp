@@ -1,14 +1,16 @@
 #include "core/system_clock.h"
 
-#include <ctime>
-
 namespace postkite::core {
 
 LocalTime SystemClock::Now() const {
     const std::time_t now = std::time(nullptr);
+    if (now == lastSecond_) return lastTime_;
     std::tm local{};
     localtime_r(&now, &local);
-    return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec};
+    lastSecond_ = now;
+    lastTime_ = {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+                 local.tm_hour,        local.tm_min,     local.tm_sec};
+    return lastTime_;
 }
 
 std::chrono::milliseconds SystemClock::TickCount() const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <ctime>
+
 #include "core/clock.h"
 
 namespace postkite::core {
@@ -9,6 +11,11 @@ class SystemClock final : public Clock {
   public:
     [[nodiscard]] LocalTime Now() const override;
     [[nodiscard]] std::chrono::milliseconds TickCount() const override;
+
+  private:
+    /// The last time that was asked for: work on many mails asks often within a second.
+    mutable std::time_t lastSecond_ = -1;
+    mutable LocalTime lastTime_;
 };
 
 }  // namespace postkite::core

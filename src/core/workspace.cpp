@@ -175,6 +175,12 @@ int Workspace::InspectExactly(std::string_view name, EntryKind& kind) const {
     return located < 0 ? located : fileSystem_->Inspect(path, kind);
 }
 
+int Workspace::OpenExactly(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const {
+    std::filesystem::path path;
+    const int located = Locate(name, LetterCase::AsSpelled, path);
+    return located < 0 ? located : fileSystem_->Open(path, mode, file);
+}
+
 int Workspace::CreateDirectory(std::string_view name) {
     std::filesystem::path path;
     const int located = Locate(name, path);

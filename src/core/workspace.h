@@ -49,9 +49,10 @@ class Workspace {
 
     [[nodiscard]] int Open(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const;
     [[nodiscard]] int Inspect(std::string_view name, EntryKind& kind) const;
-    /// The same for a name that this program alone makes: only its own spelling counts, which spares the
+    /// These two are for a name that this program alone makes: only its own spelling counts, which spares the
     /// search for others.
     [[nodiscard]] int InspectExactly(std::string_view name, EntryKind& kind) const;
+    [[nodiscard]] int OpenExactly(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const;
     [[nodiscard]] int CreateDirectory(std::string_view name);
     [[nodiscard]] int Remove(std::string_view name);
     /// Puts `from` in the place of `to` in one step.

@@ -6,11 +6,12 @@ namespace postkite::store {
 
 namespace {
 
-constexpr std::size_t kBlockBytes = 64 * 1024;
+constexpr std::size_t kBlockBytes = 32 * 1024;
 
 }  // namespace
 
 int BlockOutput::Add(std::string_view bytes) {
+    if (!bytes.empty()) block_.reserve(kBlockBytes);
     while (!bytes.empty()) {
         const std::size_t room = kBlockBytes - static_cast<std::size_t>(end_ % kBlockBytes);
         const std::size_t count = std::min(room, bytes.size());

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "store/block_output.h"
 #include "store/index_journal.h"
@@ -41,13 +42,51 @@ class NewFile {
     BlockOutput output_;
 };
 
-/// The first record that is deleted; the number of records where none is.
-std::uint64_t FirstDeleted(TextWindow& index) {
+/// Whether record `number` is one of those in `numbers`, which rise; those before it have been asked for.
+bool TakeNumber(std::span<const int>& numbers, std::uint64_t number) {
+    while (!numbers.empty() && static_cast<std::int64_t>(numbers.front()) < static_cast<std::int64_t>(number))
+        numbers = numbers.subspan(1);
+    return !numbers.empty() && static_cast<std::uint64_t>(numbers.front()) == number;
+}
+
+/// The first record that goes; the number of records where none does.
+std::uint64_t FirstToGo(TextWindow& index, std::span<const int> numbers) {
     for (std::uint64_t number = 0;; ++number) {
         const std::string_view record = index.At(number * kIndexRecordBytes, kIndexRecordBytes);
-        if (record.size() < kIndexRecordBytes || IsDeleted(record)) return number;
+        if (record.size() < kIndexRecordBytes || IsDeleted(record) || TakeNumber(numbers, number))
+            return number;
     }
 }
+
+/// An index of which more records than these are to be written, the greater part of it, is made anew.
+constexpr std::uint64_t kMostJournalled = 1000;
+
+/// The mails of a folder whose records go, marked in the text once they are gone.
+class TextMarks {
+  public:
+    int Open(const FolderFiles& files) {
+        const int result = files.workspace->Open(files.text, core::OpenMode::ReadWrite, text_);
+        // Without its text a mail can still go.
+        return result == -ENOENT ? 0 : result;
+    }
+
+    void Add(std::string_view record) {
+        const auto offset = TextOffsetOf(record);
+        if (text_ == nullptr || !offset) return;
+        const auto flagBytes = FlagLineBytes(*text_, *offset, record);
+        if (flagBytes && *flagBytes > flag::kDeleted) offsets_.push_back(*offset);
+    }
+
+    /// Not synced, and no matter if it fails: no record leads there any more.
+    void Write() {
+        for (const std::uint64_t offset : offsets_)
+            static_cast<void>(text_->WriteAt(offset + flag::kDeleted, "x"));
+    }
+
+  private:
+    std::unique_ptr<core::File> text_;
+    std::vector<std::uint64_t> offsets_;
+};
 
 class TextRewriting {
   public:
@@ -165,28 +204,38 @@ class TextRewriting {
 
 }  // namespace
 
-int RemoveDeletedRecords(const FolderFiles& files) {
+int RemoveRecords(const FolderFiles& files, std::span<const int> numbers) {
     core::WorkspaceLock lock;
     int result = files.workspace->Lock(true, lock);
     if (result == 0) result = FinishInterruptedChanges(files);
     std::unique_ptr<core::File> file;
     if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::Read, file);
     if (result == 0) result = RequireCurrentLayout(*file);
+    TextMarks marks;
+    if (result == 0 && !numbers.empty()) result = marks.Open(files);
     if (result < 0) return result;
     TextWindow index(*file);
-    const std::uint64_t first = FirstDeleted(index);
-    if (index.At(first * kIndexRecordBytes, kIndexRecordBytes).size() < kIndexRecordBytes)
-        return index.error();
+    const std::uint64_t first = FirstToGo(index, numbers);
+    const std::int64_t size = file->Size();
+    if (index.error() < 0 || size < 0) return index.error() < 0 ? index.error() : static_cast<int>(size);
+    const std::uint64_t count = static_cast<std::uint64_t>(size) / kIndexRecordBytes;
+    if (first >= count) return 0;
 
     IndexJournal journal(files);
-    result = journal.Begin(first);
-    for (std::uint64_t number = first; result == 0; ++number) {
+    const bool anew = count - first > std::max(kMostJournalled, count / 2);
+    result = anew ? journal.BeginAnew() : journal.Begin(first);
+    for (std::uint64_t number = anew ? 0 : first; result == 0; ++number) {
         const std::string_view record = index.At(number * kIndexRecordBytes, kIndexRecordBytes);
         if (record.size() < kIndexRecordBytes) break;
-        if (!IsDeleted(record)) result = journal.Add(record);
+        const bool wasDeleted = IsDeleted(record);
+        const bool goes = TakeNumber(numbers, number);
+        if (goes && !wasDeleted) marks.Add(record);
+        if (!goes && !wasDeleted) result = journal.Add(record);
     }
     if (result == 0) result = index.error();
-    return result < 0 ? result : journal.Apply(IndexJournal::End::CutBehind);
+    if (result == 0) result = journal.Apply(IndexJournal::End::CutBehind);
+    if (result == 0) marks.Write();
+    return result;
 }
 
 TextCompaction RewriteText(const FolderFiles& files, const std::function<void()>& onMail) {

@@ -1,16 +1,18 @@
 #pragma once
 
 #include <functional>
+#include <span>
 #include <string>
 
 #include "store/folder_files.h"
 
 namespace postkite::store {
 
-/// Takes the deleted records out of a folder's index: rewrites it from the first of them on, and nothing
-/// before it. A crash leaves the old index or the new one. Returns 0 or a negated errno value. Takes the
-/// lock.
-[[nodiscard]] int RemoveDeletedRecords(const FolderFiles& files);
+/// Takes the records with these numbers, in rising order, and the deleted ones out of a folder's index, in one step: a
+/// crash leaves the old index or the new one. Mails that go so are marked deleted in the text as well, which is
+/// dead then and tells nobody but people; a crash may leave those marks out. Returns 0 or a negated errno value.
+/// Takes the lock.
+[[nodiscard]] int RemoveRecords(const FolderFiles& files, std::span<const int> numbers);
 
 struct TextCompaction {
     int result = 0;

@@ -91,8 +91,12 @@ int Folders::RefuseFault(std::string_view japanese, std::string_view english, in
 // The tree and its file.
 
 int Folders::ReadTreeFile(std::string& bytes) {
+    return ReadFile(TreeFile(), bytes);
+}
+
+int Folders::ReadFile(std::string_view name, std::string& bytes) {
     std::unique_ptr<core::File> file;
-    const int opened = workspace().Open(TreeFile(), core::OpenMode::Read, file);
+    const int opened = workspace().Open(name, core::OpenMode::Read, file);
     if (opened < 0) return opened;
     const std::int64_t size = file->Size();
     if (size < 0) return static_cast<int>(size);
@@ -209,6 +213,21 @@ void Folders::RestoreTree() {
 void Folders::SaveCompanion() {
     const int result = workspace().Replace(kCompanionFile, tree_.FormatBaseNames());
     core::ReportSave(ui(), kCompanionFile, {result, {}});
+}
+
+void Folders::WriteFolderList() {
+    core::WorkspaceLock lock;
+    if (workspace().Lock(true, lock) < 0) return;
+    std::string bytes;
+    if (loaded_ && ReadTreeFile(bytes) == 0 && bytes != treeBytes_) TakeTree(bytes);
+    const std::string list = tree_.FormatBaseNames();
+    if (ReadFile(kCompanionFile, bytes) == 0 && bytes == list) return;
+    static_cast<void>(workspace().Replace(kCompanionFile, list));
+}
+
+int Folders::TakeOverChanges() {
+    core::WorkspaceLock lock;
+    return BeginChange(lock);
 }
 
 int Folders::SaveFolderTree() {

@@ -24,6 +24,12 @@ inline constexpr int kNameNotTaken = -2;
 /// Whether a mail is open in an editor; its folder must not go away under it then.
 enum class MailEditing { No, Yes };
 
+/// A mail that is to go to another folder.
+struct MailMove {
+    int recordNumber;
+    int target;  ///< place in a list of folders
+};
+
 /// The folders of the current bank and what people do with them, and the banks. Folders are named by their
 /// base names in any letter case. One a program. Borrows the mailbox and the table of the banks' directories,
 /// which may change meanwhile.
@@ -38,15 +44,25 @@ class Folders {
 
     /// Views may change the state numbers, and save them with `SaveFolderTree`.
     [[nodiscard]] FolderTree& tree() { return tree_; }
+    [[nodiscard]] core::Workspace& workspace() { return mailbox_->workspace(); }
+    [[nodiscard]] core::UserInterface& ui() { return mailbox_->ui(); }
 
     /// Reads the tree file, or writes the default one where there is none. Finishes a renaming that a crash
     /// interrupted. When this fails the tree is what could be read, or else the default one in memory alone;
     /// nothing can be changed until loading works.
     [[nodiscard]] int LoadFolderTree();
 
+    /// Takes over what another program has made of the tree file meanwhile, as each operation does. Hold the
+    /// lock for as long as the tree is to stay so.
+    [[nodiscard]] int TakeOverChanges();
+
     /// Writes the tree file and its companion list. Where another program has changed the file meanwhile, its
     /// tree is taken over instead.
     [[nodiscard]] int SaveFolderTree();
+
+    /// Writes the companion list where it does not say what the tree says, for those who look folders up in it.
+    /// Where that fails, on a disk that is only read for example, the list stays as it is, without a word.
+    void WriteFolderList();
 
     /// Adds a folder "New folder".
     [[nodiscard]] int NewFolder(std::string_view parent);
@@ -78,6 +94,11 @@ class Folders {
     /// is not in the list.
     [[nodiscard]] int MoveMails(std::string_view folder, std::span<const int> recordNumbers,
                                 std::string_view target);
+    /// The same with a target a mail, a place in `targets`, which are base names; the folder itself can be one, and the
+    /// mail goes to its end. A mail is named once. Where a target fails its mails stay and the others go; -1
+    /// then too. `moved`, if given, gets the record numbers of the mails that went, in list order.
+    [[nodiscard]] int MoveMails(std::string_view folder, std::span<const MailMove> moves,
+                                std::span<const std::string> targets, std::vector<int>* moved = nullptr);
     [[nodiscard]] int MoveMailsToTrash(std::string_view folder, std::span<const int> recordNumbers) {
         return MoveMails(folder, recordNumbers, kTrash);
     }
@@ -116,13 +137,12 @@ class Folders {
     enum class Step { Done, Failed, HasToAsk };
 
     [[nodiscard]] std::string TreeFile() const;
-    [[nodiscard]] core::Workspace& workspace() { return mailbox_->workspace(); }
-    [[nodiscard]] core::UserInterface& ui() { return mailbox_->ui(); }
     void Tell(std::string_view text);
     /// Tells; -1.
     [[nodiscard]] int Refuse(std::string_view text);
     [[nodiscard]] int RefuseFault(std::string_view japanese, std::string_view english, int error);
 
+    [[nodiscard]] int ReadFile(std::string_view name, std::string& bytes);
     [[nodiscard]] int ReadTreeFile(std::string& bytes);
     void TakeTree(std::string bytes);
     [[nodiscard]] int FinishRenaming();
@@ -148,9 +168,6 @@ class Folders {
         std::vector<int> numbers;
     };
     [[nodiscard]] int OpenChosen(std::string_view folder, std::span<const int> numbers, ChosenMails& chosen);
-    [[nodiscard]] int CopyMails(FolderReader& reader, const std::vector<int>& numbers,
-                                std::string_view target, std::vector<int>& copied);
-    [[nodiscard]] int DeleteRecords(std::string_view folder, const std::vector<int>& numbers);
     [[nodiscard]] Action ActionOf(int number);
     [[nodiscard]] int CompactOne(const std::string& name, const std::string& baseName);
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <set>
 #include <utility>
@@ -7,7 +8,7 @@
 #include "store/conversion.h"
 #include "store/folder_commands.h"
 #include "store/index_record.h"
-#include "store/text_record.h"
+#include "store/mail_copying.h"
 
 /// What people do with the mails of a folder, and of all folders.
 namespace postkite::store {
@@ -50,55 +51,41 @@ int Folders::OpenChosen(std::string_view folder, std::span<const int> numbers, C
         Choose(ui(), "指定された番号のメールはありません。"_sjis, "There is no mail of that number."));
 }
 
-int Folders::CopyMails(FolderReader& reader, const std::vector<int>& numbers, std::string_view target,
-                       std::vector<int>& copied) {
-    const auto writer = mailbox_->OpenWriter(target);
-    if (writer == nullptr) return -1;
-    MailRecord record;
-    for (std::size_t done = 0; done < numbers.size(); ++done) {
-        ui().SetProgress(done, numbers.size());
-        const auto condition = reader.ReadMail(numbers[done], MAIL_BODY_MAX - kReadHeadroomBytes, record);
-        if (condition != FolderReader::Condition::Whole) continue;
-        const int added = mailbox_->AppendTo(*writer, record);
-        if (added == 0) copied.push_back(numbers[done]);
-        // One that could not be stored again stays where it is.
-        if (added == 0 || added == -EINVAL || added == -EMSGSIZE) continue;
-        mailbox_->ReportFault(target, added);
-        return -1;
-    }
-    return mailbox_->Commit(*writer, target);
-}
-
-int Folders::DeleteRecords(std::string_view folder, const std::vector<int>& numbers) {
-    const int marked = mailbox_->MarkMany(folder, [&numbers](FolderMarker& marker) {
-        for (const int number : numbers) {
-            const int result = marker.MarkDeleted(number);
-            // Already marked.
-            if (result < 0 && result != -EINVAL) return result;
-        }
-        return 0;
-    });
-    return marked == 0 ? mailbox_->CompactIndex(folder) : -1;
-}
-
 int Folders::MoveMails(std::string_view folder, std::span<const int> recordNumbers, std::string_view target) {
-    if (recordNumbers.empty()) return 0;
-    // Asks, and nobody is kept waiting for the answer.
-    if (ConvertFolder(*mailbox_, target) < 0) return -1;
+    std::vector<int> numbers(recordNumbers.begin(), recordNumbers.end());
+    std::sort(numbers.begin(), numbers.end());
+    numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+    std::vector<MailMove> moves;
+    for (const int number : numbers)
+        moves.push_back({number, 0});
+    return MoveMails(folder, moves, std::array{std::string(target)});
+}
+
+int Folders::MoveMails(std::string_view folder, std::span<const MailMove> moves,
+                       std::span<const std::string> targets, std::vector<int>* moved) {
+    if (moved != nullptr) moved->clear();
+    if (moves.empty()) return 0;
+    MailCopying copying(*mailbox_, targets);
+    std::vector<int> numbers;
+    for (const MailMove& move : moves) {
+        numbers.push_back(move.recordNumber);
+        // Asks, and nobody is kept waiting for the answer.
+        copying.Prepare(move.target);
+    }
     ChosenMails chosen;
-    if (OpenChosen(folder, recordNumbers, chosen) < 0) return -1;
-    std::vector<int> copied;
-    int result = CopyMails(chosen.reader, chosen.numbers, target, copied);
+    if (OpenChosen(folder, numbers, chosen) < 0) return -1;
+    copying.Run(chosen.reader, moves);
     // On the disk over there for good: from here on a failure leaves a mail in both folders, and never in
     // none.
-    if (result == 0 && !copied.empty()) result = DeleteRecords(folder, copied);
+    const std::vector<int> copied = copying.TakeCopied();
+    const int removed = copied.empty() ? 0 : mailbox_->RemoveMails(folder, copied);
     ui().SetProgress(0, 0);
-    if (result < 0 || copied.size() == chosen.numbers.size()) return result;
-    const std::size_t left = chosen.numbers.size() - copied.size();
-    std::string text = std::to_string(left);
+    if (moved != nullptr && removed == 0) *moved = copied;
+    if (copying.left() == 0) return copying.failed() ? -1 : removed;
+    std::string text = std::to_string(copying.left());
     text += Choose(ui(), " 通のメールは壊れているか長すぎるため、移動しませんでした。"_sjis,
-                   left == 1 ? " mail is damaged or too long and was not moved."
-                             : " mails are damaged or too long and were not moved.");
+                   copying.left() == 1 ? " mail is damaged or too long and was not moved."
+                                       : " mails are damaged or too long and were not moved.");
     return Refuse(text);
 }
 
@@ -106,7 +93,7 @@ int Folders::DeleteMails(std::string_view folder, std::span<const int> recordNum
     if (recordNumbers.empty()) return 0;
     ChosenMails chosen;
     if (OpenChosen(folder, recordNumbers, chosen) < 0) return -1;
-    return DeleteRecords(folder, chosen.numbers);
+    return mailbox_->RemoveMails(folder, chosen.numbers);
 }
 
 int Folders::ForEachFolder(const Action& action) {

@@ -1,6 +1,5 @@
 #include "store/folder_marker.h"
 
-#include <array>
 #include <cerrno>
 #include <string>
 
@@ -48,15 +47,7 @@ int FolderMarker::ReadRecord(int recordNumber, std::string_view& record) {
 
 std::optional<std::size_t> FolderMarker::FlagLineBytes(std::uint64_t textOffset) {
     if (text_ == nullptr) return std::nullopt;
-    // The flags and the identifier, each with its line end.
-    std::array<char, index_field::kFlags.width + 2 + index_field::kLocalId.width + 2> lines{};
-    const std::int64_t count = text_->ReadAt(textOffset, lines);
-    if (count <= 0) return std::nullopt;
-    const std::string_view read(lines.data(), static_cast<std::size_t>(count));
-    const std::size_t end = read.find('\r');
-    if (end == std::string_view::npos || end > index_field::kFlags.width || end + 2 > read.size())
-        return std::nullopt;
-    return BearsIdentifierOf(record_, IdentifierLineOf(read)) ? std::optional(end) : std::nullopt;
+    return store::FlagLineBytes(*text_, textOffset, record_);
 }
 
 int FolderMarker::SetFlag(int recordNumber, std::size_t position, char character) {

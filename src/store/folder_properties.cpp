@@ -203,4 +203,8 @@ int BuildReplyHeader(const FolderFiles& files, const MailRecord& record, std::st
     return 0;
 }
 
+std::string DefaultReplyHeader(const MailRecord& record, std::string_view mailText) {
+    return FillTemplate(kDefaultReplyTemplate, record, HeaderOf(mailText));
+}
+
 }  // namespace postkite::store

@@ -62,4 +62,7 @@ inline constexpr std::string_view kDefaultReplyTemplate = []() consteval {
 [[nodiscard]] int BuildReplyHeader(const FolderFiles& files, const MailRecord& record, std::string& out,
                                    std::string_view mailText);
 
+/// The same from the default template, for a folder without a property file.
+[[nodiscard]] std::string DefaultReplyHeader(const MailRecord& record, std::string_view mailText);
+
 }  // namespace postkite::store

@@ -31,7 +31,8 @@ constexpr std::array<Member, 16> kHeaderFields = {
 
 bool CanBeStored(const MailRecord& record) {
     const bool headers = std::all_of(kHeaderFields.begin(), kHeaderFields.end(), [&record](Member member) {
-        return (record.*member).find_first_of(std::string_view("\r\0", 2)) == std::string::npos;
+        const std::string& field = record.*member;
+        return field.find('\r') == std::string::npos && field.find('\0') == std::string::npos;
     });
     return headers && record.flags.size() <= index_field::kFlags.width &&
            record.body.find(kTerminator) == std::string::npos;
@@ -108,16 +109,19 @@ int FolderWriter::nextRecordNumber() const {
 
 int FolderWriter::AddText(MailRecord& record, std::string& indexRecord) {
     PrepareForStorage(record);
-    textRecord_.clear();
-    FormatTextRecord(record, textRecord_);
-    if (textRecord_.size() > kLongestTextRecordBytes) return -EMSGSIZE;
+    headerLines_.clear();
+    FormatHeaderLines(record, headerLines_);
+    const std::string_view end = EndBehind(record.body);
+    if (headerLines_.size() + record.body.size() + end.size() > kLongestTextRecordBytes) return -EMSGSIZE;
     const int closed = textOutput_.Add(std::exchange(tornTextEnd_, {}));
     if (closed < 0) return closed;
     const std::uint64_t offset = textOutput_.end();
     CutIndexFields(record);
     indexRecord = FormatIndexRecord(offset, record);
     changed_ = true;
-    return textOutput_.Add(textRecord_);
+    int result = textOutput_.Add(headerLines_);
+    if (result == 0) result = textOutput_.Add(record.body);
+    return result < 0 ? result : textOutput_.Add(end);
 }
 
 int FolderWriter::Append(MailRecord& record) {
@@ -132,6 +136,7 @@ int FolderWriter::Append(MailRecord& record) {
     if (added == -EMSGSIZE) return added;
     if (added < 0) return Fail(added);
     indexBuffer_ += indexRecord;
+    gatheredBytes_ = std::max(gatheredBytes_, indexBuffer_.size());
     indexBytes_ += kIndexRecordBytes;
     // The records of very many mails do not wait in memory for the commit: they may follow their texts before
     // it.
@@ -178,12 +183,15 @@ int FolderWriter::Commit() {
     int result = FlushBoth();
     if (result == 0) result = index_->Sync();
     // Either file may be a new one.
-    if (result == 0) result = files_.workspace->SyncNames(files_.index);
+    if (result == 0 && !namesAreSynced_) result = files_.workspace->SyncNames(files_.index);
+    if (result == 0) namesAreSynced_ = true;
     if (result == 0) result = PutOverwriting();
     if (result < 0) return Fail(result);
     oldTextBytes_ = textOutput_.end();
     oldIndexBytes_ = indexBytes_;
     changed_ = false;
+    indexBuffer_.shrink_to_fit();
+    gatheredBytes_ = 0;
     return 0;
 }
 

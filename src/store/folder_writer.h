@@ -41,6 +41,9 @@ class FolderWriter {
     /// The record number of the next mail that is appended.
     [[nodiscard]] int nextRecordNumber() const;
 
+    /// The most memory that index records have taken since the last commit, which gives it back.
+    [[nodiscard]] std::size_t gatheredBytes() const { return gatheredBytes_; }
+
     [[nodiscard]] int Commit();
 
   private:
@@ -66,12 +69,14 @@ class FolderWriter {
     std::uint64_t oldIndexBytes_ = 0;
     std::uint64_t indexBytes_ = 0;  ///< written and gathered
     BlockOutput textOutput_;
-    std::string textRecord_;
+    std::string headerLines_;
     std::string tornTextEnd_;  ///< what the first mail has to put behind a torn one
     std::string indexBuffer_;
+    std::size_t gatheredBytes_ = 0;
     std::optional<Overwriting> overwriting_;
     int failure_ = 0;
     bool changed_ = false;  ///< since the last commit
+    bool namesAreSynced_ = false;
 };
 
 }  // namespace postkite::store

@@ -61,8 +61,19 @@ int CopyRecords(core::File& journal, core::File& index, const Header& header) {
 }  // namespace
 
 int IndexJournal::Begin(std::uint64_t firstRecord) {
+    anew_ = false;
     firstRecord_ = firstRecord;
     writtenBytes_ = kHeaderBytes;
+    return CreateUnfinished();
+}
+
+int IndexJournal::BeginAnew() {
+    anew_ = true;
+    writtenBytes_ = 0;
+    return CreateUnfinished();
+}
+
+int IndexJournal::CreateUnfinished() {
     buffer_.clear();
     const int removed = files_->workspace->Remove(UnfinishedName());
     if (removed < 0 && removed != -ENOENT) return removed;
@@ -83,17 +94,19 @@ int IndexJournal::Flush() {
 
 int IndexJournal::Apply(End end) {
     int result = Flush();
-    if (result == 0) result = file_->WriteAt(0, FormatHeader({firstRecord_, end == End::CutBehind}));
+    if (result == 0 && !anew_)
+        result = file_->WriteAt(0, FormatHeader({firstRecord_, end == End::CutBehind}));
     if (result == 0) result = file_->Sync();
     file_.reset();
-    if (result == 0) result = files_->workspace->Rename(UnfinishedName(), files_->journal);
+    if (result == 0)
+        result = files_->workspace->Rename(UnfinishedName(), anew_ ? files_->index : files_->journal);
     if (result < 0) {
         static_cast<void>(files_->workspace->Remove(UnfinishedName()));
         return result;
     }
     stands_ = true;
     result = files_->workspace->SyncNames(files_->journal);
-    return result < 0 ? result : Resume(*files_);
+    return result < 0 || anew_ ? result : Resume(*files_);
 }
 
 int IndexJournal::Resume(const FolderFiles& files) {

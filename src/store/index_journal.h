@@ -19,11 +19,15 @@ class IndexJournal {
     /// The records from `firstRecord` on are to be replaced by those that are added from here on.
     [[nodiscard]] int Begin(std::uint64_t firstRecord);
 
+    /// The records that are added from here on are to be the whole index: what is gathered becomes the index itself, which
+    /// spares writing it twice.
+    [[nodiscard]] int BeginAnew();
+
     /// Whole records of 900 bytes.
     [[nodiscard]] int Add(std::string_view records);
 
     enum class End { Kept, CutBehind };
-    /// Puts the records in the index: the index keeps what it has behind them, or ends there.
+    /// Puts the records in the index: the index keeps what it has behind them, or ends there. A whole index ends there.
     [[nodiscard]] int Apply(End end);
 
     /// Whether the change will be made whatever happens from now on, although `Apply` failed: the next one to
@@ -34,12 +38,14 @@ class IndexJournal {
     [[nodiscard]] static int Resume(const FolderFiles& files);
 
   private:
+    [[nodiscard]] int CreateUnfinished();
     [[nodiscard]] int Flush();
     [[nodiscard]] std::string UnfinishedName() const { return files_->journal + ".$$$"; }
 
     const FolderFiles* files_;
     std::unique_ptr<core::File> file_;
     std::uint64_t firstRecord_ = 0;
+    bool anew_ = false;
     std::uint64_t writtenBytes_ = 0;
     std::string buffer_;
     bool stands_ = false;

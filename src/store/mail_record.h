@@ -26,6 +26,7 @@ inline constexpr std::size_t kCharacter5 = 5;
 inline constexpr std::size_t kPosition8 = 8;  ///< 'Y' reserved for sending, 'y' not
 inline constexpr std::size_t kDigit = 9;
 inline constexpr std::size_t kKind = 10;        ///< 'N', 'L' or blank
+inline constexpr std::size_t kSignature = 11;   ///< '1' to '9': the stored signature of a mail written here
 inline constexpr std::size_t kServerList = 13;  ///< 'S': an entry of the list of mails kept on the host
 inline constexpr std::size_t kLine17 = 14;      ///< 'Y': the text record has the 17th header line
 }  // namespace flag

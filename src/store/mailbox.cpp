@@ -68,11 +68,16 @@ void Mailbox::ReportFault(std::string_view folder, int error) {
     ui_->ShowMessage(core::kProductName, text, core::MessageIcon::Stop);
 }
 
-std::unique_ptr<FolderWriter> Mailbox::OpenWriter(std::string_view folder) {
-    const std::string_view target = serverListMode_ ? kServerFolder : folder;
+std::string_view Mailbox::FolderWritten(std::string_view folder) const {
+    return serverListMode_ ? kServerFolder : folder;
+}
+
+std::unique_ptr<FolderWriter> Mailbox::OpenWriter(std::string_view folder, int* error) {
+    const std::string_view target = FolderWritten(folder);
     auto writer = std::make_unique<FolderWriter>(*identifiers_);
     const int opened = writer->Open(FilesOf(target));
     if (opened < 0) {
+        if (error != nullptr) *error = opened;
         ReportFault(target, opened);
         return nullptr;
     }
@@ -230,7 +235,11 @@ int Mailbox::MarkDeleted(std::string_view folder, int recordNumber) {
 }
 
 int Mailbox::CompactIndex(std::string_view folder) {
-    const int result = RemoveDeletedRecords(FilesOf(folder));
+    return RemoveMails(folder, {});
+}
+
+int Mailbox::RemoveMails(std::string_view folder, std::span<const int> recordNumbers) {
+    const int result = RemoveRecords(FilesOf(folder), recordNumbers);
     if (result == 0 || result == -ENOENT) return 0;
     ReportFault(folder, result);
     return -1;

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -41,6 +42,9 @@ class Mailbox {
     /// While on, every mail goes to the folder "server", as an entry of the list of mails kept on the host.
     void SetServerListMode(bool on) { serverListMode_ = on; }
 
+    /// The folder that mails for `folder` are written to.
+    [[nodiscard]] std::string_view FolderWritten(std::string_view folder) const;
+
     /// The folder that a mail was last appended to.
     [[nodiscard]] const std::string& lastWrittenFolder() const { return lastWrittenFolder_; }
 
@@ -52,8 +56,9 @@ class Mailbox {
     /// Whether a folder of that base name can have files: no separator, nothing that no file name holds.
     [[nodiscard]] static bool IsUsableName(std::string_view folder);
 
-    /// Opens a folder to append many mails. nullptr when that fails; the user knows.
-    [[nodiscard]] std::unique_ptr<FolderWriter> OpenWriter(std::string_view folder);
+    /// Opens a folder to append many mails. nullptr when that fails; the user knows, and `error` gets the negated errno
+    /// value.
+    [[nodiscard]] std::unique_ptr<FolderWriter> OpenWriter(std::string_view folder, int* error = nullptr);
     /// As `AppendMail` at the end of the list, in an open writer of that folder.
     [[nodiscard]] int AppendTo(FolderWriter& writer, MailRecord& record);
     /// Commits; tells the user and "error.log" when it fails.
@@ -97,6 +102,9 @@ class Mailbox {
 
     /// Takes the deleted records out of the list.
     [[nodiscard]] int CompactIndex(std::string_view folder);
+    /// Deletes mails for good, those with these numbers in rising order, in one step: they and the deleted records leave the
+    /// list.
+    [[nodiscard]] int RemoveMails(std::string_view folder, std::span<const int> recordNumbers);
     /// Takes what no record points to out of the text. `onMail` is called behind each mail, for the progress
     /// bar.
     [[nodiscard]] int CompactText(std::string_view folder, const std::function<void()>& onMail);

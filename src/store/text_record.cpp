@@ -1,6 +1,9 @@
 #include "store/text_record.h"
 
 #include <algorithm>
+#include <array>
+
+#include "store/index_record.h"
 
 namespace postkite::store {
 
@@ -37,27 +40,32 @@ bool SkipHeader(TextWindow& text, std::uint64_t& offset) {
 
 }  // namespace
 
-void FormatTextRecord(const MailRecord& record, std::string& output) {
-    const auto line = [&output](std::string_view text) {
+void FormatHeaderLines(const MailRecord& record, std::string& output) {
+    const auto line = [&output](std::string_view text, std::size_t width) {
         output += text;
-        if (EndsLikeTerminator(text)) output += ' ';
+        if (text.size() < width) {
+            output.append(width - text.size(), ' ');
+        } else if (EndsLikeTerminator(text)) {
+            output += ' ';
+        }
         output += "\r\n";
     };
-    for (const Member member : kHeaderLines) {
-        std::string_view value = record.*member;
-        if (member == &MailRecord::date && value.size() < kDateLineBytes) {
-            std::string padded(value);
-            padded.resize(kDateLineBytes, ' ');
-            line(padded);
-        } else {
-            line(value);
-        }
-    }
-    line(record.spare5);
+    for (const Member member : kHeaderLines)
+        line(record.*member, member == &MailRecord::date ? kDateLineBytes : 0);
+    line(record.spare5, 0);
+}
+
+std::string_view EndBehind(std::string_view body) {
+    constexpr std::string_view kEnd = " \r\n\x01\x01\r\n";
+    static_assert(kEnd.ends_with(kTerminator));
+    if (body.ends_with('\n')) return kEnd.substr(3);
+    return EndsLikeTerminator(body) ? kEnd : kEnd.substr(1);
+}
+
+void FormatTextRecord(const MailRecord& record, std::string& output) {
+    FormatHeaderLines(record, output);
     output += record.body;
-    if (EndsLikeTerminator(record.body)) output += ' ';
-    if (!record.body.ends_with('\n')) output += "\r\n";
-    output += kTerminator;
+    output += EndBehind(record.body);
 }
 
 bool ReadHeaderField(TextWindow& text, std::uint64_t& offset, std::string& field) {
@@ -89,6 +97,19 @@ std::string_view IdentifierLineOf(std::string_view textRecord) {
     if (flagsEnd == std::string_view::npos || flagsEnd + 2 > textRecord.size()) return {};
     const std::string_view second = textRecord.substr(flagsEnd + 2);
     return second.substr(0, second.find('\r'));
+}
+
+std::optional<std::size_t> FlagLineBytes(core::File& text, std::uint64_t offset,
+                                         std::string_view indexRecord) {
+    // The flags and the identifier, each with its line end.
+    std::array<char, index_field::kFlags.width + 2 + index_field::kLocalId.width + 2> lines{};
+    const std::int64_t count = text.ReadAt(offset, lines);
+    if (count <= 0) return std::nullopt;
+    const std::string_view read(lines.data(), static_cast<std::size_t>(count));
+    const std::size_t end = read.find('\r');
+    if (end == std::string_view::npos || end > index_field::kFlags.width || end + 2 > read.size())
+        return std::nullopt;
+    return BearsIdentifierOf(indexRecord, IdentifierLineOf(read)) ? std::optional(end) : std::nullopt;
 }
 
 TextRecordFault ReadTextRecord(TextWindow& text, std::uint64_t offset, std::size_t bodyLimit,

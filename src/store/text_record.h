@@ -2,9 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "core/file_system.h"
 #include "store/mail_record.h"
 #include "store/text_window.h"
 
@@ -27,8 +29,11 @@ inline constexpr std::size_t kReadHeadroomBytes = 1000;
 /// The date line is padded to this width, so that it can be written over in place.
 inline constexpr std::size_t kDateLineBytes = 50;
 
-/// Appends the mail's bytes to `output`. Fields are written at full length.
+/// Appends the mail's bytes to `output`. Fields are written at full length. The mail is its header lines, its body and what
+/// follows a body of these bytes.
 void FormatTextRecord(const MailRecord& record, std::string& output);
+void FormatHeaderLines(const MailRecord& record, std::string& output);
+[[nodiscard]] std::string_view EndBehind(std::string_view body);
 
 /// Reads one header line. False when the text ends before the line does. Fields have always ended at a zero byte.
 [[nodiscard]] bool ReadHeaderField(TextWindow& text, std::uint64_t& offset, std::string& field);
@@ -40,6 +45,11 @@ void FormatTextRecord(const MailRecord& record, std::string& output);
 
 /// The second line of a mail's bytes, its identifier.
 [[nodiscard]] std::string_view IdentifierLineOf(std::string_view textRecord);
+
+/// The length of the flag line of the mail at `offset` that the index record, 900 bytes, stands for; nothing where the
+/// text holds another mail there or none.
+[[nodiscard]] std::optional<std::size_t> FlagLineBytes(core::File& text, std::uint64_t offset,
+                                                       std::string_view indexRecord);
 
 enum class TextRecordFault {
     None,

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 
-#include "app/captured_mails.h"
 #include "app/program.h"
 #include "core/shift_jis.h"
 #include "tests/support/fixed_clock.h"
@@ -26,8 +25,9 @@ struct Running {
     explicit Running(support::MemoryFileSystem& disk) : workspace(disk, "/mail"), state(disk, "/state") {
         program.Start();
         program.settings().userId = "ABC01234";
+        EXPECT_EQ(program.OpenBank(), 0);
     }
-    int Begin() { return program.sessions().Begin(Start::ReceiveOnly, "line"); }
+    int Begin(Start start = Start::ReceiveOnly) { return program.sessions().Begin(start, "line"); }
     int RunToItsEnd() {
         for (int tick = 0; tick < 1000; ++tick) {
             if (const int result = program.sessions().Tick(); result != comm::kSessionGoesOn) return result;
@@ -44,6 +44,25 @@ struct Running {
         return texts;
     }
 
+    /// Appends a mail written here. Returns its identifier.
+    std::string Compose(std::string_view folder, std::string_view address, bool reserved) {
+        store::MailRecord record;
+        record.flags = store::kComposedMailFlags;
+        if (reserved) record.flags[store::flag::kPosition8] = 'Y';
+        record.address = address;
+        record.subject = "s";
+        record.body = "text\r\n";
+        EXPECT_EQ(program.mailbox().AppendMail(folder, record, -1), 0);
+        return record.localId;
+    }
+    /// The flags of a folder's first mail.
+    std::string Flags(std::string_view folder) {
+        store::MailListEntry entry;
+        EXPECT_EQ(program.mailbox().ReadListEntry(folder, 0, entry), 0);
+        return std::string(entry.flags.view());
+    }
+    int Count(std::string_view folder) { return program.mailbox().CountMails(folder); }
+
     core::Workspace workspace;
     core::Workspace state;
     support::RecordingUserInterface ui;
@@ -58,6 +77,19 @@ Texts Text(std::string_view text) {
     return {std::string(text)};
 }
 
+/// What the host prints for a mail, with what it asks behind it.
+std::string Listed(std::string_view text) {
+    return support::MailHeaderLine() + "SUBJECT :  s\r\n" + std::string(text) + "\r\naction:DELETE\r\n";
+}
+
+/// A room's unread message as the host prints it, and all that stands around it in the capture.
+std::string Posts(int number) {
+    const std::string digits = std::to_string(number);
+    return "CCS(N)>MRE\r\n" + std::string("◆FSORA MES(1)\r\n"_sjis) + std::string(3 - digits.size(), '0') +
+           digits +
+           "/014   ABC01234  NAGINO HISASHI    title\r\n       97/01/19 21:10\r\ntext\r\n \b\r\nCCS(N)>";
+}
+
 class SessionsTest : public ::testing::Test {
   protected:
     SessionsTest() { disk.PutDirectory("/mail/Setting"); }
@@ -68,9 +100,8 @@ class SessionsTest : public ::testing::Test {
 TEST_F(SessionsTest, OneAtATimeInAWorkingDirectoryAndNoSwitchingMeanwhile) {
     Running one(disk);
     Running other(disk);
-    ASSERT_EQ(one.program.OpenBank(), 0);
     disk.PutDirectory("/mail/MailBox2");
-    one.port.ExpectReceiving("ABC01234", support::MailHeaderLine() + "subject\r\nMAIL>");
+    one.port.ExpectReceiving("ABC01234", Listed("text") + "MAIL>");
     ASSERT_EQ(one.Begin(), 0);
     EXPECT_EQ(one.Begin(), -1);
     EXPECT_TRUE(one.Told().empty());
@@ -79,11 +110,20 @@ TEST_F(SessionsTest, OneAtATimeInAWorkingDirectoryAndNoSwitchingMeanwhile) {
     EXPECT_EQ(other.Told(), Text("ほかの Postkite が通信中です。"_sjis));
     EXPECT_EQ(other.port.device, "") << "its line stays closed";
     EXPECT_EQ(other.program.OpenBank(), 0) << "mail is everybody's";
-    for (Running* program : {&one, &other}) {
-        EXPECT_EQ(program->program.SwitchEnvironment(3), -1);
-        EXPECT_EQ(program->Told(), Text("送受信中には環境を切り替える事はできません。"_sjis));
-        EXPECT_EQ(program->program.SwitchBank(1), -1);
-        EXPECT_EQ(program->Told(), Text("送受信中です。"_sjis));
+    outgoing::SendQueue queue;
+    analyse::MailLogResult mails;
+    analyse::ForumLogResult messages;
+    for (Running* running : {&one, &other}) {
+        Sessions& sessions = running->program.sessions();
+        EXPECT_EQ(running->program.SwitchEnvironment(3), -1);
+        EXPECT_EQ(running->Told(), Text("送受信中には環境を切り替える事はできません。"_sjis));
+        EXPECT_EQ(running->program.SwitchBank(1), -1);
+        EXPECT_EQ(running->Told(), Text("送受信中です。"_sjis));
+        EXPECT_EQ(sessions.BuildQueue(queue), -1) << "it is being sent";
+        EXPECT_EQ(sessions.AnalyseMailLog("maillog.txt", mails), Sessions::kRefused)
+            << "it is being captured";
+        EXPECT_EQ(sessions.AnalyseForumLog("meslog.txt", messages), Sessions::kRefused);
+        EXPECT_EQ(running->Told().size(), 3U);
     }
 
     EXPECT_EQ(one.RunToItsEnd(), comm::kSessionEnded);
@@ -99,33 +139,132 @@ TEST_F(SessionsTest, OneAtATimeInAWorkingDirectoryAndNoSwitchingMeanwhile) {
     EXPECT_EQ(next.Begin(), 0) << "nothing of a program that was killed keeps others away";
 }
 
-TEST_F(SessionsTest, WhatAnEarlierSessionCapturedIsSetAside) {
-    disk.Put(kMailLog, "first");
-    disk.Put(kForumLog, "posts");
-    disk.Put("/mail/MAILLOG.TXT.BAK", "oldest");
+TEST_F(SessionsTest, WhatIsReservedGoesOutAndWhatWaitsArrives) {
+    Running running(disk);
+    running.Compose("Outbox", "DEF01234 (KITE), aya@harbour.example", true);
+    running.Compose("Outbox", "DEF01234", false);
+    running.port.ExpectLogIn("ABC01234");
+    running.port.ExpectMail("TO:DEF01234\rTO:INET:aya@harbour.example\rSUB:s\rtext\r\r\r/POST\r");
+    running.port.Expect("READ ALL\r", Listed("first") + Listed("second") + "MAIL>");
+    running.port.Expect("OFF\r", "");
+    ASSERT_EQ(running.Begin(Start::SendAndReceive), 0);
+    EXPECT_EQ(running.RunToItsEnd(), comm::kSessionEnded);
+    EXPECT_EQ(running.port.left(), 0U) << running.port.unexpected();
+    const Sessions::Yield& yield = running.program.sessions().yield();
+    EXPECT_EQ(yield.sent, 1);
+    EXPECT_EQ(yield.mails, 2);
+    EXPECT_TRUE(yield.stored);
+    EXPECT_EQ(running.Count("Inbox"), 2);
+    EXPECT_EQ(running.Flags("Outbox").substr(0, 9), "SoSrr --y") << "sent, and no longer reserved";
+    EXPECT_FALSE(disk.Exists(kMailLog));
+
+    running.Told();
+    running.port.Reset();
+    running.port.ExpectReceiving("ABC01234", "MAIL>");
+    ASSERT_EQ(running.Begin(Start::SendAndReceive), 0);
+    EXPECT_EQ(running.RunToItsEnd(), comm::kSessionEnded);
+    EXPECT_EQ(running.port.left(), 0U) << running.port.unexpected();
+    EXPECT_EQ(running.Told(), (Texts{std::string("送信予約されたメールがありません。"_sjis),
+                                     std::string("新規受信メールはありませんでした。"_sjis)}));
+    EXPECT_FALSE(disk.Exists("/mail/BMTEMP.$$$/send.inf"))
+        << "and nothing of the earlier queue is left to send";
+    EXPECT_FALSE(disk.Exists("/mail/BMTEMP.$$$/mes.inf"));
+    EXPECT_EQ(running.Count("Inbox"), 2);
+}
+
+TEST_F(SessionsTest, ThePatrolReadsWhatTheConditionsAskFor) {
+    disk.Put("/mail/Setting/FSORA,mes1", std::string("読み込み条件=perday\r\nlast access=93/01/01\r\n"_sjis));
+    disk.Put("/mail/Setting/FSORA,mes2",
+             std::string("読み込み条件=notread\r\nlast access=93/01/01\r\n"_sjis));
+    Running running(disk);
+    const comm::PatrolLists lists =
+        PatrolOfToday(running.workspace, running.clock, running.program.folders().tree());
+    ASSERT_EQ(lists.rooms.size(), 1U);
+    EXPECT_TRUE(lists.libraries.empty());
+
+    running.port.ExpectLogIn("ABC01234");
+    running.port.Expect("READ ALL\r", "MAIL>");
+    running.port.Expect("GO FSORA\r", "FORUM>");
+    for (const char* setUp : {"SET MENU OFF\r", "SET PAGE OFF\r", "SET DLM ON\r"})
+        running.port.Expect(setUp, "FORUM>");
+    running.port.Expect("mes1\r", "mes1\r\nCCS(N)>");
+    running.port.Expect("MRE\r", Posts(12).substr(7));
+    running.port.Expect("OFF\r", "");
+    ASSERT_EQ(running.Begin(), 0);
+    EXPECT_EQ(running.RunToItsEnd(), comm::kSessionEnded);
+    EXPECT_EQ(running.port.left(), 0U) << running.port.unexpected();
+    EXPECT_EQ(running.program.sessions().yield().messages, 1);
+    EXPECT_EQ(running.Count("FSORA,mes1"), 1);
+    EXPECT_NE(running.program.folders().tree().Find("FSORA,mes1"), nullptr);
+    EXPECT_TRUE(
+        PatrolOfToday(running.workspace, running.clock, running.program.folders().tree()).rooms.empty())
+        << "it was read today";
+}
+
+TEST_F(SessionsTest, LibrariesAreListedSinceTheirLastAccess) {
+    disk.Put("/mail/Setting/FSORA,lib2", std::string("読み込み条件=read\r\nlast access=97/01/05\r\n"_sjis));
+    Running running(disk);
+    const comm::PatrolLists lists =
+        PatrolOfToday(running.workspace, running.clock, running.program.folders().tree());
+    ASSERT_EQ(lists.libraries.size(), 1U);
+    const ActiveFolders active(running.program.settings(), running.program.environments(),
+                               running.program.folders());
+    SessionRecords records(running.workspace, running.clock, active, running.program.mailbox());
+    EXPECT_EQ(records.LastAccess(lists.libraries[0]), "970105");
+    core::Workspace elsewhere(disk, "/mail");
+    core::WorkspaceLock lock;
+    ASSERT_EQ(elsewhere.Lock(false, lock), 0);
+    records.RecordLastAccess(lists.libraries[0]);
+    EXPECT_EQ(records.LastAccess(lists.libraries[0]), "970105")
+        << "another program works: a tick must not wait";
+    lock = {};
+    records.WriteWaiting(SessionRecords::Waiting::No);
+    EXPECT_EQ(records.LastAccess(lists.libraries[0]).substr(0, 2),
+              core::FormatNowDate(running.clock).substr(0, 2));
+    EXPECT_NE(records.LastAccess(lists.libraries[0]), "970105");
+}
+
+TEST_F(SessionsTest, WhatAnEarlierSessionCapturedIsStoredFirst) {
+    disk.Put(kMailLog, Listed("first"));
+    disk.Put(kForumLog, Posts(12));
     Running running(disk);
     running.port.openError = -ENXIO;
     EXPECT_EQ(running.Begin(), -1);
-    EXPECT_EQ(running.Told(), Text("通信ポートをオープン出来ませんでした。"_sjis));
+    EXPECT_EQ(running.Told(),
+              (Texts{std::string("前回の通信の受信データを保存しました。メール: 1　会議室データ: 1"_sjis),
+                     std::string("通信ポートをオープン出来ませんでした。"_sjis)}));
     EXPECT_EQ(running.program.sessions().lineError(), -ENXIO);
-    EXPECT_EQ(disk.Get(kMailLog), "first") << "nothing was going to empty it";
     EXPECT_FALSE(running.program.sessions().RunElsewhere());
+    EXPECT_EQ(running.Count("Inbox"), 1);
+    EXPECT_EQ(running.Count("FSORA,mes1"), 1);
+    EXPECT_FALSE(disk.Exists(kMailLog));
+    EXPECT_FALSE(disk.Exists(kForumLog));
 
     running.port.openError = 0;
-    ASSERT_EQ(running.Begin(), 0);
-    EXPECT_EQ(disk.Get("/mail/MAILLOG.TXT.BAK"), "oldest");
-    EXPECT_EQ(disk.Get("/mail/maillog.txt.bak2"), "first");
-    EXPECT_EQ(disk.Get(kForumLog), "posts") << "it is appended to";
-    const std::string left(" に前回の通信が残っていたため、次の名前で保存しました: "_sjis);
-    EXPECT_EQ(running.Told(), Text("maillog.txt" + left + "maillog.txt.bak2"));
-    EXPECT_EQ(running.program.sessions().yield().mails, 0);
-    running.program.sessions().HangUp();
+    disk.PutDirectory(kMailLog);
+    ASSERT_EQ(running.Begin(), -1) << "whatever is in it cannot be stored";
+    EXPECT_EQ(running.Told(), Text("前回の通信の受信データを保存できないため、通信を始めません。"_sjis));
+    EXPECT_FALSE(running.port.open);
+}
 
-    disk.Put(kMailLog, "");
-    running.program.settings().autoMode = 1;
+TEST_F(SessionsTest, ABrokenOffSessionStoresWhatItCaptured) {
+    Running running(disk);
+    running.port.ExpectLogIn("ABC01234");
+    running.port.Expect("READ ALL\r", Listed("first"));  // and then nothing
     ASSERT_EQ(running.Begin(), 0);
-    EXPECT_TRUE(disk.Exists(kMailLog)) << "there is nothing in it";
-    EXPECT_TRUE(running.Told().empty());
+    EXPECT_LT(running.RunToItsEnd(), 0);
+    EXPECT_EQ(running.Count("Inbox"), 1);
+    EXPECT_EQ(running.program.sessions().yield().mails, 1);
+
+    running.port.Reset();
+    running.port.ExpectLogIn("ABC01234");
+    running.port.Expect("READ ALL\r", Listed("second"));
+    ASSERT_EQ(running.Begin(), 0);
+    for (int tick = 0; tick < 200; ++tick)
+        EXPECT_EQ(running.program.sessions().Tick(), comm::kSessionGoesOn);
+    running.program.sessions().HangUp();
+    EXPECT_EQ(running.Count("Inbox"), 2);
+    EXPECT_FALSE(disk.Exists(kMailLog));
 }
 
 TEST_F(SessionsTest, NoFaultLosesWhatAnEarlierSessionCaptured) {
@@ -134,19 +273,21 @@ TEST_F(SessionsTest, NoFaultLosesWhatAnEarlierSessionCaptured) {
     for (int call = 1; struck; ++call) {
         support::MemoryFileSystem faulty;
         faulty.PutDirectory("/mail/Setting");
-        faulty.Put(kMailLog, "first");
         Running running(faulty);
+        faulty.Put(kMailLog, Listed("first"));
         faulty.FailCall(call, -EIO);
         const int begun = running.Begin();
         struck = faulty.struck();
+        running.program.sessions().HangUp();
         faulty.Restart();
         faulty.PowerCut();
-        const bool inPlace = faulty.Get(kMailLog) == "first";
-        EXPECT_NE(inPlace, faulty.Get("/mail/maillog.txt.bak") == "first") << "call " << call;
-        EXPECT_FALSE(begun == 0 && inPlace) << "call " << call;
-        EXPECT_EQ(begun == 0, running.port.open) << "call " << call;
-        EXPECT_FALSE(running.Told().empty()) << "call " << call;
+        const bool inPlace = faulty.Exists(kMailLog);
+        Running next(faulty);
+        EXPECT_TRUE(inPlace || next.Count("Inbox") == 1) << "call " << call;
+        EXPECT_FALSE(struck && running.Told().empty()) << "call " << call;
         refused += begun < 0 ? 1 : 0;
+        ASSERT_EQ(next.Begin(), 0) << "call " << call;
+        EXPECT_EQ(next.Count("Inbox"), 1) << "call " << call;
     }
     EXPECT_GT(refused, 3);
 }
@@ -154,32 +295,22 @@ TEST_F(SessionsTest, NoFaultLosesWhatAnEarlierSessionCaptured) {
 class SentMails : public SessionsTest {
   protected:
     SentMails() {
+        EXPECT_EQ(running.program.folders().NewFolder("Desktop", "Out2"), 0);
         running.program.settings().currentId = 2;
         running.program.environments().entries[2].outbox = "Out2";
-        EXPECT_EQ(running.program.OpenBank(), 0);
     }
 
-    std::string Add(std::string_view folder) {
-        store::MailRecord record;
-        record.flags = store::kComposedMailFlags;
-        record.body = "text\r\n";
-        EXPECT_EQ(running.program.mailbox().AppendMail(folder, record, -1), 0);
-        return record.localId;
-    }
-    char SentFlag(std::string_view folder) {
-        store::MailListEntry entry;
-        EXPECT_EQ(running.program.mailbox().ReadListEntry(folder, 0, entry), 0);
-        return entry.flags.view()[store::flag::kSent];
-    }
+    char SentFlag(std::string_view folder) { return running.Flags(folder)[store::flag::kSent]; }
 
     Running running{disk};
-    SessionRecords records{running.workspace, running.program.settings(), running.program.environments(),
-                           running.program.mailbox()};
+    ActiveFolders active{running.program.settings(), running.program.environments(),
+                         running.program.folders()};
+    SessionRecords records{running.workspace, running.clock, active, running.program.mailbox()};
 };
 
 TEST_F(SentMails, AreMarkedInTheOutgoingFolder) {
-    const std::string own = Add("Out2");
-    const std::string usual = Add("Outbox");
+    const std::string own = running.Compose("Out2", "A", true);
+    const std::string usual = running.Compose("Outbox", "A", true);
     records.MarkMailSent(own);
     EXPECT_EQ(SentFlag("Out2"), 'S');
     EXPECT_EQ(SentFlag("Outbox"), 's');
@@ -187,63 +318,56 @@ TEST_F(SentMails, AreMarkedInTheOutgoingFolder) {
     EXPECT_EQ(SentFlag("Outbox"), 'S');
     EXPECT_EQ(records.unmarked(), 0);
 
-    running.program.settings().currentId = -1;
-    const std::string another = Add("Out2");
-    records.MarkMailSent(another);
-    EXPECT_EQ(records.unmarked(), 1) << "no folder of an environment that there is not";
-    EXPECT_NE(disk.Get("/mail/error.log")->find(another), std::string::npos);
-    running.program.settings().currentId = 2;
+    const std::string another = running.Compose("Out2", "A", true);
     running.program.environments().entries[2].outbox = "..\\Out2";
     records.MarkMailSent(another);
-    EXPECT_EQ(records.unmarked(), 2);
+    EXPECT_EQ(records.unmarked(), 1) << "no folder that the tree lacks";
+    running.program.settings().currentId = -1;
+    records.MarkMailSent(another);
+    EXPECT_EQ(records.unmarked(), 2) << "no folder of an environment that there is not";
+    EXPECT_NE(disk.Get("/mail/error.log")->find(another), std::string::npos);
+    EXPECT_EQ(active.Inbox(), "Inbox");
 }
 
-TEST_F(SentMails, OneThatCannotBeMarkedIsToldAtTheEnd) {
-    disk.Put("/mail/BMTEMP.$$$/send.inf", "TO:A\r\nSUB:s\r\nbmtemp.$$$\\1.mtx\r\n");
-    disk.Put("/mail/BMTEMP.$$$/MailID.tmp", "970124080509-1-0\r\n");
-    disk.Put("/mail/BMTEMP.$$$/1.mtx", "hello\r\n/E\r\n");
+TEST_F(SentMails, OneThatCannotBeMarkedOrIsNotConfirmedIsTold) {
     comm::ScriptLines lines;
     int number = 0;
     for (const char* line :
-         {"", "READ_FILE_FAST,*END,", "UPLOAD_FBUF,,", "CHECK_SEND_END,,", "*END,,", "END,,"})
+         {"", "READ_FILE_FAST,*END,", "UPLOAD_FBUF,,", "WAIT,MAIL>,", "CHECK_SEND_END,,", "*END,,", "END,,"})
         lines[static_cast<std::size_t>(number++)] = line;
     Sessions& sessions = running.program.sessions();
-    ASSERT_EQ(sessions.Begin(Start::SendAndReceive, "line", &lines), 0);
+    const auto begin = [&] {
+        running.Compose("Out2", "A", true);
+        ASSERT_EQ(sessions.Begin(Start::SendAndReceive, "line", &lines), 0);
+    };
+    running.port.Expect("/POST\r", "MAIL>");
+    begin();
+    ASSERT_EQ(running.program.mailbox().MarkDeleted("Out2", 0), 0);
+    ASSERT_EQ(running.program.mailbox().CompactIndex("Out2"), 0);
     EXPECT_EQ(running.RunToItsEnd(), comm::kSessionEnded);
     EXPECT_EQ(sessions.yield().sent, 1);
     EXPECT_EQ(running.Told(), Text("送信済みの印を付けられなかったメール: 1"_sjis));
+
+    begin();
+    EXPECT_LT(running.RunToItsEnd(), 0);
+    EXPECT_EQ(sessions.yield().sent, 0);
+    const Texts told = running.Told();
+    ASSERT_EQ(told.size(), 2U);
+    EXPECT_TRUE(told[1].starts_with("送信を終えたあと、ホストの確認を受け取る前に"_sjis)) << told[1];
+    EXPECT_EQ(SentFlag("Out2"), 's') << "it goes out again rather than never";
 }
 
-TEST(CapturedMails, AreToldByTheirHeaderLines) {
-    const std::string header = support::MailHeaderLine();
-    const std::string asked(
-        "受信後 (1:削除  2:保存  *:返信  *:返信＋削除  5:転送  6:転送＋削除  E:終了)\r\n"_sjis);
-    const std::string subject = "   SUBJ:  s\r\n";
-    std::string twoLines = header;
-    twoLines.erase(twoLines.size() - 2);
-    const struct {
-        std::string capture;
-        int mails;
-    } cases[] = {
-        {"", 0},
-        {"READ ALL\r\nMAIL>", 0},
-        {header + subject + "text\r\naction:DELETE\r\n" + header + subject + "MAIL>", 2},
-        {header + subject + asked + "\r\n" + header + subject, 2},
-        {header + subject + "> " + asked + header + subject, 1},  // all of it is one mail's text
-        {header + subject + header + subject, 1},
-        {header + header + "action:DELETE\r\n" + header + subject, 2},  // the second one is a subject
-        {" " + header + twoLines + " \r\n" + twoLines, 0},
-        {header.substr(1) + header + subject + std::string(40000, 'x') + "\r\naction:DELETE\r\n" + header, 2},
-    };
-    for (const auto& one : cases) {
-        support::MemoryFileSystem disk;
-        disk.Put(kMailLog, one.capture);
-        EXPECT_EQ(CountCapturedMails(core::Workspace(disk, "/mail")), one.mails)
-            << one.capture.substr(0, 300);
-    }
-    support::MemoryFileSystem empty;
-    empty.PutDirectory("/mail");
-    EXPECT_EQ(CountCapturedMails(core::Workspace(empty, "/mail")), 0);
+TEST_F(SessionsTest, TheEndSortsTheInboxAndSavesTheSettings) {
+    disk.Put("/mail/Setting/filter.ini", "1\r\nn\r\nSubject:\r\ns\r\nTrash\r\n");
+    Running running(disk);
+    running.Compose("Inbox", "A", false);
+    ASSERT_EQ(running.program.End(), 0);
+    EXPECT_EQ(running.Count("Trash"), 0);
+    EXPECT_TRUE(disk.Exists("/mail/Setting/setting.ini"));
+    running.program.settings().filterAtEnd = 1;
+    ASSERT_EQ(running.program.End(), 0);
+    EXPECT_EQ(running.Count("Trash"), 1);
+    EXPECT_EQ(running.Count("Inbox"), 0);
 }
 
 }  // namespace

@@ -20,6 +20,7 @@ TEST(LetterCaseTest, LettersOfEveryAlphabetFoldAndNothingElseDoes) {
     for (const auto& [small, capital] : kEqual) {
         EXPECT_TRUE(EqualIgnoringCase(small, capital)) << capital;
         EXPECT_TRUE(EqualIgnoringCase(capital, small)) << capital;
+        EXPECT_EQ(SmallLetters(capital), SmallLetters(small));
     }
     // アヂ: 0x8341 and 0x8361, whose trail bytes are no letters; the last is no character at all.
     constexpr std::pair<std::string_view, std::string_view> kDifferent[] = {{"a", "b"},
@@ -33,8 +34,10 @@ TEST(LetterCaseTest, LettersOfEveryAlphabetFoldAndNothingElseDoes) {
                                                                             {"ァ"_sjis, "ア"_sjis},
                                                                             {"ア"_sjis, "ｱ"_sjis},
                                                                             {"\x85\x41", "\x85\x61"}};
-    for (const auto& [left, right] : kDifferent)
+    for (const auto& [left, right] : kDifferent) {
         EXPECT_FALSE(EqualIgnoringCase(left, right)) << left << " " << right;
+        EXPECT_NE(SmallLetters(left), SmallLetters(right)) << left << " " << right;
+    }
 }
 
 }  // namespace

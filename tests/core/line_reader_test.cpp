@@ -144,5 +144,41 @@ TEST(LineReaderTest, AReadThatFailsEndsTheReading) {
     EXPECT_EQ(on.reader->error(), -EIO);
 }
 
+/// The raw lines up to the end, each in brackets, and what the buffer then holds.
+std::string AllRaw(Reading& reading) {
+    std::string all;
+    while (ReadRawLine(*reading.reader, reading.line) == 0)
+        all += '[' + reading.line + ']';
+    return all + (reading.line.size() > 99 ? "" : reading.line);
+}
+
+TEST(LineReaderTest, ARawLineEndsBehindItsLf) {
+    const std::pair<std::string_view, std::string_view> kFiles[] = {{"", ""},
+                                                                    {"a\r\n\r\nb\n", "[a\r\n][\r\n][b\n]b\n"},
+                                                                    {"a\rb\r\n\n", "[a\rb\r\n][\n]\n"},
+                                                                    {"a\r\nb\r", "[a\r\n][b\r]b\r"},
+                                                                    {"\r", "[\r]\r"}};
+    for (const auto& [bytes, lines] : kFiles) {
+        Reading reading(bytes);
+        EXPECT_EQ(AllRaw(reading), lines) << testing::PrintToString(bytes);
+    }
+    Reading both("raw\r\nlog\r\nraw\ncut");
+    ASSERT_EQ(ReadRawLine(*both.reader, both.line), 0);
+    ASSERT_EQ(both.Next(), 0);
+    EXPECT_EQ(both.line, "log");
+    EXPECT_EQ(AllRaw(both), "[raw\n][cut]cut");
+
+    Reading tooLong("12345\r\n1234\n123\n", 4);
+    EXPECT_EQ(AllRaw(tooLong), "[1234][1234][123\n]123\n");
+    const std::string first = std::string(kBlockBytes - 1, 'x') + "\r\n";
+    Reading atBlockEnd(first + "y\n");
+    EXPECT_TRUE(AllRaw(atBlockEnd) == '[' + first + "][y\n]y\n");
+
+    Reading failing("a\n" + std::string(kBlockBytes, 'x'));
+    failing.disk.FailCall(2, -EIO);
+    EXPECT_EQ(AllRaw(failing), "[a\n]a\n") << "half a line is none";
+    EXPECT_EQ(failing.reader->error(), -EIO);
+}
+
 }  // namespace
 }  // namespace postkite::core

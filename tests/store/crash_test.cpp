@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <functional>
 
@@ -107,6 +108,34 @@ TEST(StoreCrash, AppendingSeveralMails) {
 
     const auto noFiles = [](MemoryFileSystem& disk) { disk.PutDirectory(kBankPath); };
     EXPECT_GT(StrikeEverywhere({append, {{}, {d}, {d, e}}}, noFiles), 40);
+}
+
+/// Where the greater part of a long list is to be written, it is made anew.
+TEST(StoreCrash, DeletingFromALongList) {
+    const Folder folder;
+    std::string index;
+    while (index.size() < 900 * 1003)
+        index += folder.index;
+    for (const Fault fault : {Fault::FullDisk, Fault::Killed, Fault::PowerCutDurable, Fault::TornWrite}) {
+        bool hit = true;
+        for (int call = 1; hit; ++call) {
+            SCOPED_TRACE(Describe(fault, call));
+            MemoryFileSystem disk;
+            disk.Put(kIndexPath, index);
+            disk.Put(kTextPath, folder.text);
+            MailboxProgram program(disk);
+            Arrange(disk, fault, call);
+            const bool done = program.mailbox.RemoveMails("Inbox", std::array{0, 1}) == 0;
+            hit = disk.struck();
+            End(disk, fault);
+            EXPECT_EQ(MailboxProgram(disk).mailbox.CompactIndex("Inbox"), 0);
+            const auto left = disk.Get(kIndexPath);
+            EXPECT_TRUE(left == index.substr(1800) || (left == index && !done));
+            EXPECT_TRUE(hit || done);
+            // The mails' texts stay, dead ones marked.
+            EXPECT_EQ(disk.Get(kTextPath)->size(), folder.text.size());
+        }
+    }
 }
 
 TEST(StoreCrash, ReplacingAMail) {

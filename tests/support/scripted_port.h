@@ -25,9 +25,8 @@ class ScriptedPort final : public comm::SerialPort {
         toClient_.clear();
     }
 
-    /// A connection over route 2 with the built-in script: up to the mail prompt, `listing` for READ ALL, the
-    /// log-off.
-    void ExpectReceiving(std::string_view user, std::string_view listing) {
+    /// A connection over route 2 with the built-in script, up to the mail prompt.
+    void ExpectLogIn(std::string_view user) {
         using core::literals::operator""_sjis;
         Expect("ATQ0V1E1", "");
         Expect("\r\n", "OK\r\n");
@@ -42,6 +41,18 @@ class ScriptedPort final : public comm::SerialPort {
         Expect("SET PAGE OFF\r", "\r\n＞"_sjis);
         Expect("GO MAIL\r", "MAIL>");
         Expect("KITE\r", "MAIL>");
+    }
+
+    /// A mail of the queue, as the host hears it: the header and the message file with CR at the line ends.
+    void ExpectMail(std::string_view text) {
+        using core::literals::operator""_sjis;
+        Expect("COM\r", "本文 (3000行まで　終了は行頭で/E　修正編集は 300行迄です)\r\n"_sjis);
+        Expect(text, "MAIL>");
+    }
+
+    /// The log-in, `listing` for READ ALL, the log-off.
+    void ExpectReceiving(std::string_view user, std::string_view listing) {
+        ExpectLogIn(user);
         Expect("READ ALL\r", listing);
         Expect("OFF\r", "");
     }

@@ -10,6 +10,7 @@ void AddMailCommand(CLI::App& application, CommandContext& context) {
     mail->require_subcommand(1);
     AddMailReadingCommands(*mail, context);
     AddMailWritingCommands(*mail, context);
+    AddMailReplyCommand(*mail, context);
     AddMailMarkingCommands(*mail, context);
 }
 

@@ -12,6 +12,20 @@
 
 namespace postkite::cli {
 
+std::string MailRowText(int number, const store::MailListEntry& entry) {
+    constexpr std::size_t kNumberColumns = 5;
+    constexpr std::size_t kWritingDateBytes = 14;
+    const std::string digits = std::to_string(number);
+    const std::string_view flags = entry.flags.view();
+    const bool unread = flags.size() > store::flag::kRead && flags[store::flag::kRead] == 'r';
+    const auto printable = [](std::string_view field) {
+        return Printable(store::WithoutTrailingBlanks(field));
+    };
+    return std::string(kNumberColumns - std::min(kNumberColumns, digits.size()), ' ') + digits +
+           (unread ? " *  " : "    ") + printable(entry.date.view().substr(0, kWritingDateBytes)) + "  " +
+           printable(entry.name.view()) + "  " + printable(entry.subject.view()) + "\n";
+}
+
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -30,21 +44,6 @@ Json JsonOf(int number, const store::MailListEntry& entry) {
             {"messageId", FieldText(entry.messageId.view())}};
 }
 
-/// "    3 *  97/01/24 08:05  name  subject", the star for an unread one.
-std::string RowOf(int number, const store::MailListEntry& entry) {
-    constexpr std::size_t kNumberColumns = 5;
-    constexpr std::size_t kWritingDateBytes = 14;
-    const std::string digits = std::to_string(number);
-    const std::string_view flags = entry.flags.view();
-    const bool unread = flags.size() > store::flag::kRead && flags[store::flag::kRead] == 'r';
-    const auto printable = [](std::string_view field) {
-        return Printable(store::WithoutTrailingBlanks(field));
-    };
-    return std::string(kNumberColumns - std::min(kNumberColumns, digits.size()), ' ') + digits +
-           (unread ? " *  " : "    ") + printable(entry.date.view().substr(0, kWritingDateBytes)) + "  " +
-           printable(entry.name.view()) + "  " + printable(entry.subject.view()) + "\n";
-}
-
 /// Prints the rows piece by piece: a folder can hold any number of them. A document that a failing disk cuts
 /// off stays without its end, so that no program takes it for the whole list.
 int PrintRows(CommandContext& context, const MailFolder& folder, store::FolderReader& reader) {
@@ -60,7 +59,7 @@ int PrintRows(CommandContext& context, const MailFolder& folder, store::FolderRe
         if (context.json) {
             piece += (first ? "[\n  " : ",\n  ") + JsonOf(number, entry).dump();
         } else {
-            piece += RowOf(number, entry);
+            piece += MailRowText(number, entry);
         }
         first = false;
         if (piece.size() < kPieceBytes) continue;

@@ -68,21 +68,9 @@ int TakeOptions(CommandContext& context, const MailOptions& options, MailRecord&
         record.*header.member = *value;
     }
     if (options.body.option->count() == 0) return kDone;
-    constexpr std::size_t kLongestBody = store::MAIL_BODY_MAX - store::kReadHeadroomBytes;
-    const auto body = context.TextFile(options.body.typed, kLongestBody);
+    auto body = MailBody(context, options.body.typed);
     if (!body) return kRefused;
-    if (body->find(store::kTerminator) != std::string::npos) {
-        return context.Refuse(
-            {"本文にメールの終わりの印があります。", "The body holds the mark that ends a mail."});
-    }
-    // The file's reader finds the end within the limit or not at all.
-    const std::size_t end = (body->ends_with('\n') ? 0 : 3) + store::kTerminator.size();
-    if (body->size() + end > kLongestBody) {
-        return context.Refuse(
-            {"本文が長すぎます。（{} バイトまで）", "The body is too long: at most {} bytes."},
-            std::to_string(kLongestBody - end));
-    }
-    record.body = *body;
+    record.body = std::move(*body);
     return kDone;
 }
 
@@ -102,14 +90,6 @@ void RemarkOnTree(CommandContext& context, const MailFolder& folder) {
     context.Remark({"フォルダ {} はフォルダツリーにないため、フォルダの一覧には表示されません。",
                     "The folder {} is not in the folder tree, so the list of folders does not show it."},
                    Utf8Bytes(folder.name));
-}
-
-int PrintWritten(CommandContext& context, const MailFolder& folder, int number, const MailRecord& record) {
-    if (context.json) {
-        return context.PrintJson(
-            {{"folder", Utf8Bytes(folder.name)}, {"number", number}, {"localId", Utf8Bytes(record.localId)}});
-    }
-    return context.Print(std::to_string(number) + " " + Printable(record.localId) + "\n");
 }
 
 int Add(CommandContext& context, const MailOptions& options) {
@@ -138,7 +118,7 @@ int Add(CommandContext& context, const MailOptions& options) {
     }
     if (mailbox.Commit(*writer, folder->name) < 0) return kRefused;
     RemarkOnTree(context, *folder);
-    return PrintWritten(context, *folder, number, record);
+    return PrintWrittenMail(context, folder->name, number, record.localId);
 }
 
 int RefuseUnknown(CommandContext& context, const std::string& localId) {
@@ -171,7 +151,7 @@ int ReplaceFound(CommandContext& context, const MailOptions& options, const Mail
     Apply(options, given, record);
     record.localId = localId;
     if (folder.mailbox().ReplaceMail(folder.name, number, record) < 0) return kRefused;
-    return PrintWritten(context, folder, number, record);
+    return PrintWrittenMail(context, folder.name, number, record.localId);
 }
 
 int Replace(CommandContext& context, const MailOptions& options) {
@@ -194,13 +174,42 @@ void AddMailOptions(CLI::App& command, CommandContext& context, MailOptions& opt
         value.option = command.add_option(header.option, value.typed, header.about.In(context.language()))
                            ->type_name(header.type);
     }
-    const Bilingual about = {"本文の UTF-8 ファイル（- は標準入力）",
-                             "file of the body, UTF-8; - is standard input"};
-    options.body.option =
-        command.add_option("--body", options.body.typed, about.In(context.language()))->type_name("FILE");
+    options.body.option = AddBodyOption(command, context, options.body.typed);
 }
 
 }  // namespace
+
+std::optional<std::string> MailBody(CommandContext& context, const std::string& file) {
+    constexpr std::size_t kLongestBody = store::MAIL_BODY_MAX - store::kReadHeadroomBytes;
+    auto body = context.TextFile(file, kLongestBody);
+    if (!body) return std::nullopt;
+    if (body->find(store::kTerminator) != std::string::npos) {
+        static_cast<void>(context.Refuse(
+            {"本文にメールの終わりの印があります。", "The body holds the mark that ends a mail."}));
+        return std::nullopt;
+    }
+    // The file's reader finds the end within the limit or not at all.
+    const std::size_t end = (body->ends_with('\n') ? 0 : 3) + store::kTerminator.size();
+    if (body->size() + end <= kLongestBody) return body;
+    static_cast<void>(
+        context.Refuse({"本文が長すぎます。（{} バイトまで）", "The body is too long: at most {} bytes."},
+                       std::to_string(kLongestBody - end)));
+    return std::nullopt;
+}
+
+CLI::Option* AddBodyOption(CLI::App& command, CommandContext& context, std::string& file) {
+    const Bilingual about = {"本文の UTF-8 ファイル（- は標準入力）",
+                             "file of the body, UTF-8; - is standard input"};
+    return command.add_option("--body", file, about.In(context.language()))->type_name("FILE");
+}
+
+int PrintWrittenMail(CommandContext& context, std::string_view folder, int number, std::string_view localId) {
+    if (context.json) {
+        return context.PrintJson(
+            {{"folder", Utf8Bytes(folder)}, {"number", number}, {"localId", Utf8Bytes(localId)}});
+    }
+    return context.Print(std::to_string(number) + " " + Printable(localId) + "\n");
+}
 
 void AddMailWritingCommands(CLI::App& mail, CommandContext& context) {
     const auto say = [&context](const Bilingual& text) { return text.In(context.language()); };

@@ -7,7 +7,7 @@
 #include "app/sessions.h"
 #include "cli/application.h"
 #include "cli/commands/script_command.h"
-#include "cli/session_timer.h"
+#include "cli/session_run.h"
 #include "comm/device_names.h"
 #include "comm/session.h"
 #include "core/error_text.h"
@@ -37,26 +37,6 @@ std::optional<std::string> DeviceFor(CommandContext& context, Session& session,
     return std::nullopt;
 }
 
-/// Returns the result, or nothing where the line was hung up at once.
-std::optional<int> RunToItsEnd(CommandContext& context, app::Sessions& sessions, SessionTimer& timer) {
-    bool disconnecting = false;
-    while (sessions.running()) {
-        const SessionTimer::Wake wake = timer.Wait();
-        if (wake == SessionTimer::Wake::Tick) {
-            const int result = sessions.Tick();
-            if (result != comm::kSessionGoesOn) return result;
-        } else if (wake == SessionTimer::Wake::Terminate || disconnecting) {
-            sessions.HangUp();
-        } else {
-            disconnecting = true;
-            context.Remark({"切断します。もう一度 Ctrl+C を押すと、ただちに回線を切ります。",
-                            "Disconnecting. Another Ctrl+C hangs up at once."});
-            sessions.Disconnect();
-        }
-    }
-    return std::nullopt;
-}
-
 int Report(CommandContext& context, app::Sessions& sessions, std::optional<int> result) {
     const app::Sessions::Yield yield = sessions.yield();
     const int printed =
@@ -65,10 +45,14 @@ int Report(CommandContext& context, app::Sessions& sessions, std::optional<int> 
                                                        {"mails", yield.mails},
                                                        {"messages", yield.messages},
                                                        {"sent", yield.sent}})
-            : context.Print(Bilingual{"受信したメール: {}　送信: {}\n", "Mails received: {}, sent: {}\n"}.In(
-                  context.language(), {std::to_string(yield.mails), std::to_string(yield.sent)}));
+            : context.Print(
+                  Bilingual{"受信したメール: {}　会議室の発言: {}　送信: {}\n",
+                            "Mails received: {}, forum messages: {}, sent: {}\n"}
+                      .In(context.language(), {std::to_string(yield.mails), std::to_string(yield.messages),
+                                               std::to_string(yield.sent)}));
     if (!result) return context.Refuse({"ログオフせずに回線を切りました。", "Hung up without a log-off."});
-    if (*result == comm::kSessionEnded) return printed;
+    // Why a capture stays has been said.
+    if (*result == comm::kSessionEnded) return yield.stored ? printed : kRefused;
     return context.Refuse({"通信は正常に終わりませんでした。（結果 {}）",
                            "The session did not come to its proper end (result {})."},
                           std::to_string(*result));
@@ -87,43 +71,42 @@ int RefuseToBegin(CommandContext& context, Session& session, const std::string& 
 }
 
 int Connect(CommandContext& context, Session& session, const SessionOptions& options,
-            const comm::ScriptLines* script) {
+            app::Sessions::Start start, const comm::ScriptLines* script) {
     const auto device = DeviceFor(context, session, options);
     if (!device) return kRefused;
     session.program.settings().monitorWindow = options.monitor ? 1 : 0;
-    const bool drawn = context.console().errIsTerminal && !options.monitor;
-    session.ui.ShowStatusTexts(drawn ? TerminalUserInterface::StatusTexts::Drawn
-                                     : TerminalUserInterface::StatusTexts::Printed);
+    session.ui.ShowStatusTexts(TerminalUserInterface::StatusTexts::Printed);
 
     std::optional<SignalTimer> system;
     SessionTimer* timer = context.console().sessionTimer;
     if (timer == nullptr) timer = &system.emplace();
     app::Sessions& sessions = session.program.sessions();
-    if (sessions.Begin(comm::Session::Start::ReceiveOnly, *device, script) < 0)
-        return RefuseToBegin(context, session, *device);
+    if (sessions.Begin(start, *device, script) < 0) return RefuseToBegin(context, session, *device);
     timer->Start(options.pace);
     const std::optional<int> result = RunToItsEnd(context, sessions, *timer);
-    return Report(context, sessions, result);
+    const int status = Report(context, sessions, result);
+    return session.program.SortAtEnd() < 0 ? kRefused : status;
 }
 
 int RunSession(CommandContext& context, const SessionOptions& options) {
-    if (!options.receiveOnly) {
-        return context.Refuse({"送信はまだできません。--receive-only を付けてください。",
-                               "Sending is not possible yet; use --receive-only."});
-    }
+    using Start = app::Sessions::Start;
     const auto session = context.OpenBank();
-    return session == nullptr ? kRefused : Connect(context, *session, options, nullptr);
+    const Start start = options.receiveOnly ? Start::ReceiveOnly : Start::SendAndReceive;
+    return session == nullptr ? kRefused : Connect(context, *session, options, start, nullptr);
 }
 
-/// There is no queue for the script to send yet: it begins as a receive-only session does.
+/// What is reserved for sending goes out where the script sends it.
 int RunScript(CommandContext& context, const SessionOptions& options) {
+    using Start = app::Sessions::Start;
     const auto session = context.OpenBank();
     if (session == nullptr) return kRefused;
     const auto script = ReadUserScript(context, *session, options.script);
     if (!script) return kRefused;
     for (const comm::ScriptProblem& problem : ProblemsOf(*script))
         context.Remark({"{}", "{}"}, ProblemLine(context, options.script, problem));
-    return Connect(context, *session, options, &script->file.lines);
+    const comm::ScriptLines& lines = script->file.lines;
+    const bool sends = comm::ReadsSendQueue(lines, session->program.settings().fenicsLoad);
+    return Connect(context, *session, options, sends ? Start::SendAndReceive : Start::ReceiveOnly, &lines);
 }
 
 void AddLineOptions(CLI::App& command, SessionOptions& options, const CommandContext& context) {
