@@ -19,7 +19,7 @@ struct Analysis {
     store::Folders& folders;
     core::UserInterface& ui;
     const core::Clock& clock;
-    std::string inbox;            ///< base name of the folder that mails go to where no rule says otherwise
+    std::string inbox;           ///< base name of the folder that mails go to where no rule says otherwise
     bool resultMessages = true;  ///< false: no result messages, whatever `AUTOMODE` says
 };
 

@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include "analyse/hash.h"
 #include "core/letter_case.h"
 #include "store/folder_reader.h"
 #include "store/index_record.h"
@@ -20,13 +21,6 @@ namespace {
 
 constexpr std::string_view kFirstLine = "Postkite mail log 1";
 constexpr std::string_view kNoIdentifier = "-";
-
-/// FNV-1a.
-std::uint64_t Hash(std::string_view bytes, std::uint64_t hash = 0xCBF29CE484222325) {
-    for (const char byte : bytes)
-        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
-    return hash;
-}
 
 std::string Hexadecimal(std::uint64_t value) {
     std::string text(16, '0');
@@ -42,12 +36,12 @@ int MakeFingerprint(core::File& capture, std::uint64_t& bytes, std::string& fing
     const std::int64_t size = capture.Size();
     if (size < 0) return static_cast<int>(size);
     bytes = static_cast<std::uint64_t>(size);
-    std::uint64_t hash = Hash({});
+    std::uint64_t hash = kHashOfNothing;
     for (const std::uint64_t offset :
          {std::uint64_t{0}, bytes - std::min<std::uint64_t>(bytes, kPieceBytes)}) {
         const std::int64_t count = capture.ReadAt(offset, piece);
         if (count < 0) return static_cast<int>(count);
-        hash = Hash({piece.data(), static_cast<std::size_t>(count)}, hash);
+        hash = HashOf({piece.data(), static_cast<std::size_t>(count)}, hash);
     }
     fingerprint = std::to_string(bytes) + " " + Hexadecimal(hash);
     return 0;
@@ -171,14 +165,14 @@ int CapturePart::FindStoredIn(const ListedFolder& folder) {
         if (indexRecord.empty() || store::IsDeleted(indexRecord)) continue;
         const auto condition =
             reader.ReadMail(number, store::MAIL_BODY_MAX - store::kReadHeadroomBytes, record);
-        if (condition == store::FolderReader::Condition::Whole) stored_.push_back(Hash(record.body));
+        if (condition == store::FolderReader::Condition::Whole) stored_.push_back(HashOf(record.body));
     }
     return reader.error();
 }
 
 bool CapturePart::TakeStored(std::string_view body) {
     if (storedLeft_ == 0) return false;
-    const auto [first, last] = std::equal_range(stored_.begin(), stored_.end(), Hash(body));
+    const auto [first, last] = std::equal_range(stored_.begin(), stored_.end(), HashOf(body));
     if (first == last) return false;
     std::uint32_t& taken = taken_[static_cast<std::size_t>(first - stored_.begin())];
     if (taken == static_cast<std::size_t>(last - first)) return false;

@@ -153,7 +153,7 @@ void Deliveries::CloseLeastUsed() {
 
 int Deliveries::Deliver(std::string_view folder, store::MailRecord& record) {
     Target& target = TargetOf(folder);
-    if (OpenFolder(folder) < 0 || target.state != State::Usable) {
+    if (OpenFolder(folder) < 0 || target.state != State::Usable || hopeless_) {
         complete_ = false;
         return -1;
     }
@@ -202,14 +202,18 @@ void Deliveries::Commit(Target& target) {
     CountGathered(target);
 }
 
+/// The whole batch goes back, that of the other folders too: so what is stored of a capture ends where the last batch did.
 void Deliveries::Fail(Target& target, int error) {
     // A full disk fails one folder after the other: once is enough.
     if (!hopeless_) mailbox_->ReportFault(target.folder, error);
-    if (IsDiskFault(error)) hopeless_ = true;
+    hopeless_ = true;
+    takenBack_ = true;
     target.state = State::Failed;
-    target.uncommitted = 0;
     complete_ = false;
-    Close(target);
+    for (const auto& [name, other] : targets_) {
+        other->uncommitted = 0;
+        Close(*other);
+    }
 }
 
 void Deliveries::Close(Target& target) {

@@ -18,7 +18,8 @@ namespace postkite::analyse {
 /// and stays open; what was delivered is committed in batches, so that a disk that fills takes back a batch and
 /// not everything. Borrows the mailbox; holds the working directory's lock while a folder is open.
 ///
-/// A folder that fails is told to the user once and takes no further mail. Whoever delivers has to look at
+/// What fails while it is written is told to the user once; the batch goes back and nothing is taken any more. A folder that
+/// cannot even be opened takes no mail, and the others do. Whoever delivers has to look at
 /// `complete()` before the capture goes. Folders are told apart as the disk does: letter case does not count.
 class Deliveries {
   public:
@@ -44,6 +45,8 @@ class Deliveries {
 
     /// Whether no mail that was to be delivered was left out or taken back.
     [[nodiscard]] bool complete() const { return complete_; }
+    /// Whether a batch had to be taken back. Those before it are in their folders for good, and nothing behind them is.
+    [[nodiscard]] bool takenBack() const { return takenBack_; }
     /// Whether the disk is full or broken, and going on is useless.
     [[nodiscard]] bool hopeless() const { return hopeless_; }
 
@@ -86,6 +89,7 @@ class Deliveries {
     int committed_ = 0;
     bool complete_ = true;
     bool hopeless_ = false;
+    bool takenBack_ = false;
 };
 
 /// Changes what the mailbox files cannot hold: CR, LF and zero bytes in header fields and zero bytes in the body become

@@ -132,6 +132,7 @@ bool ForumLog::FindRoom() {
         if (++searched_ % kLinesBetweenPumps == 0) {
             searched_ = 0;
             ShowProgress();
+            analysis_.ui.PumpMessages();
         }
         if (!IsReadCommand(line_)) continue;
         if (ReadLogLine(reader_, line_) < 0) return false;
@@ -208,6 +209,7 @@ void ForumLog::StoreMessage() {
 
 void ForumLog::ShowProgress() {
     analysis_.ui.SetProgress(reader_.position(), bytes_);
+    analysis_.ui.RedrawMainWindow();
 }
 
 /// The text with each "{}" replaced by the next of the values.

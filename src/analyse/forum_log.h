@@ -10,7 +10,7 @@
 ///     CCS(N)>MRE                                  any byte between the parentheses
 ///     ◆FABC MES( 1)
 ///     001/003   ABC01234  YAMADA TARO       TITLE
-///     (1)    97/01/23 12:34 00999
+///            97/01/23 12:34  002
 ///     text
 ///     BLANK BACKSPACE                             the end of a message
 ///     CCS(N)>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "analyse/hash.h"
 #include "store/folder_reader.h"
 #include "store/index_record.h"
 
@@ -25,11 +26,9 @@ bool IsDigit(char byte) {
     return byte >= '0' && byte <= '9';
 }
 
-/// FNV-1a; 0 stands for an empty place.
-std::uint64_t HashOf(std::string_view text) {
-    std::uint64_t hash = 0xCBF29CE484222325;
-    for (const char byte : text)
-        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3;
+/// 0 stands for an empty place.
+std::uint64_t PlaceableHash(std::string_view text) {
+    const std::uint64_t hash = HashOf(text);
     return hash == 0 ? 1 : hash;
 }
 
@@ -73,7 +72,7 @@ KnownMessages::Key KnownMessages::KeyOf(std::string_view dateField) const {
         dateField.substr(std::min(kMessageNumberColumn, dateField.size()), kMessageNumberBytes);
     number.remove_prefix(std::min(number.find_first_not_of(' '), number.size()));
     if (by_ == By::DateField || number.empty() || !IsDigit(number.front()))
-        return {false, HashOf(store::WithoutTrailingBlanks(dateField))};
+        return {false, PlaceableHash(store::WithoutTrailingBlanks(dateField))};
     std::uint64_t value = 0;
     for (const char digit : number) {
         if (!IsDigit(digit)) break;

@@ -1,6 +1,7 @@
 #include "analyse/mail_log.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <new>
 #include <string>
@@ -132,7 +133,11 @@ int MailLogRun::Run(MailLogResult& result) {
     // Where the rules cannot be read the user knows, and all goes to the Inbox.
     static_cast<void>(rules_.LoadRules(analysis_.folders, analysis_.settings, organise::kEnabledRules));
     std::unique_ptr<core::File> file;
-    if (analysis_.workspace.Open(path_, core::OpenMode::Read, file) < 0) return -1;
+    if (const int opened = analysis_.workspace.Open(path_, core::OpenMode::Read, file); opened < 0) {
+        // A later capture must not be taken for the one that it belonged to.
+        if (opened == -ENOENT && error_ == 0) part_.Remove();
+        return -1;
+    }
     ui_.SetStatusText("受信メール解析中"_sjis);
     if (error_ == 0) error_ = Prepare(*file);
     if (error_ == 0) {
@@ -177,10 +182,10 @@ void MailLogRun::ReadMails(CapturedLines& capture) {
         // What came before a read that failed is not the whole mail.
         if (capture.error() < 0) return;
         StoreMail();
-        if (deliveries_.complete()) {
-            mailEnd_ = capture.position();
-            mailsBefore_ = headerLines_;
-        }
+        // The mails that are stored stay the first ones of the capture: a mark says how many they are.
+        if (!deliveries_.complete()) return;
+        mailEnd_ = capture.position();
+        mailsBefore_ = headerLines_;
         if (deliveries_.allCommitted()) MoveMark();
         ui_.SetProgress(capture.position(), captureBytes_);
         ui_.RedrawMainWindow();
@@ -264,7 +269,7 @@ std::string_view MailLogRun::ChooseFolder() {
 /// Once all mails up to here are in their folders for good, the next run need not look at them. It may be that it has to
 /// look at them all the same, where this fails.
 void MailLogRun::MoveMark() {
-    if (!deliveries_.complete() || part_.hasStored() || deliveries_.committed() == committedAtMark_) return;
+    if (deliveries_.takenBack() || part_.hasStored() || deliveries_.committed() == committedAtMark_) return;
     committedAtMark_ = deliveries_.committed();
     static_cast<void>(part_.Advance(mailEnd_, mailsBefore_));
 }

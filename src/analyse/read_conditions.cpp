@@ -110,10 +110,6 @@ bool ParseForumPlace(std::string_view folder, ForumPlace& place) {
     return true;
 }
 
-std::string RoomFolderName(std::string_view forum, int number) {
-    return std::string(forum) + ",mes" + std::to_string(number);
-}
-
 int ReadReadCondition(const core::Workspace& workspace, std::string_view folder, ReadCondition& condition) {
     condition = {};
     Lines lines;

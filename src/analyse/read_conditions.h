@@ -44,9 +44,6 @@ struct ForumPlace {
 /// False, and `place` is left alone, where the name is neither a room's nor a library's or no file can have it.
 [[nodiscard]] bool ParseForumPlace(std::string_view folder, ForumPlace& place);
 
-/// The room's folder: "%s,mes%d".
-[[nodiscard]] std::string RoomFolderName(std::string_view forum, int number);
-
 /// Reads the file. "notread" and no date where there is none. Returns 0, also then, or a negated errno value.
 [[nodiscard]] int ReadReadCondition(const core::Workspace& workspace, std::string_view folder,
                                     ReadCondition& condition);

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <system_error>
 
 namespace postkite::app {
@@ -52,24 +51,16 @@ PracticeHostProcess::~PracticeHostProcess() {
 }
 
 std::string PracticeHostProcess::device() const {
-    return (directory_ / "modem").string();
+    return (directory_.path() / "modem").string();
 }
 
-int PracticeHostProcess::MakeDirectory() {
-    std::error_code error;
-    std::string name = (std::filesystem::temp_directory_path(error) / "postkite-host-XXXXXX").string();
-    if (error) return -error.value();
-    if (mkdtemp(name.data()) == nullptr) return -errno;
-    directory_ = name;
-    return 0;
-}
-
-int PracticeHostProcess::Start(const std::filesystem::path& program, const std::vector<std::string>& options) {
-    Stop();
-    if (const int made = MakeDirectory(); made < 0) return made;
+int PracticeHostProcess::Start(const std::filesystem::path& program,
+                               const std::vector<std::string>& options) {
+    if (const int made = directory_.Make(); made < 0) return made;
     std::vector<std::string> words = {kHostProgram, "--pty", device()};
     words.insert(words.end(), options.begin(), options.end());
-    if (const int spawned = Spawn(program.empty() ? FindProgram() : program, words); spawned < 0) return spawned;
+    if (const int spawned = Spawn(program.empty() ? FindProgram() : program, words); spawned < 0)
+        return spawned;
 
     using Clock = std::chrono::steady_clock;
     const Clock::time_point latest = Clock::now() + kLongestStart;
@@ -82,7 +73,7 @@ int PracticeHostProcess::Start(const std::filesystem::path& program, const std::
         char byte = 0;
         const ssize_t count = read(ready_, &byte, 1);
         if (count == 1 && byte == '\n') return 0;
-        if (count == 0) return -ENOEXEC;  // it has ended without its line
+        if (count == 0) return -ENOENT;  // it has ended without its line, or there is no such program
         if (count < 0 && errno != EINTR) return -errno;
     }
 }
@@ -115,9 +106,6 @@ void PracticeHostProcess::Stop() {
     process_ = -1;
     if (ready_ >= 0) close(ready_);
     ready_ = -1;
-    std::error_code ignored;
-    if (!directory_.empty()) std::filesystem::remove_all(directory_, ignored);
-    directory_.clear();
 }
 
 }  // namespace postkite::app

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "app/temporary_directory.h"
+
 namespace postkite::app {
 
 /// A practice host of this program's own: the program `postkite-host` on a pseudo-terminal in a temporary
@@ -18,20 +20,19 @@ class PracticeHostProcess {
     PracticeHostProcess& operator=(const PracticeHostProcess&) = delete;
     ~PracticeHostProcess();
 
-    /// Starts the host and returns when it takes calls, at most after a few seconds. `program` is its path, empty
+    /// Starts the host, once, and returns when it takes calls, at most after a few seconds. `program` is its path, empty
     /// for the one beside this process's own program, else on the PATH. `options` are more of its words. Returns 0
-    /// or a negated errno value; -ETIMEDOUT where it does not come up.
+    /// or a negated errno value; -ENOENT where there is no such program or it gives up, -ETIMEDOUT where it does not come up.
     [[nodiscard]] int Start(const std::filesystem::path& program, const std::vector<std::string>& options);
 
     /// What a session opens, when it has started.
     [[nodiscard]] std::string device() const;
 
   private:
-    [[nodiscard]] int MakeDirectory();
     [[nodiscard]] int Spawn(const std::filesystem::path& program, const std::vector<std::string>& words);
     void Stop();
 
-    std::filesystem::path directory_;
+    TemporaryDirectory directory_;
     pid_t process_ = -1;
     int ready_ = -1;  ///< the reading end of its standard output
 };

@@ -46,8 +46,7 @@ Failure QueueBuilder::Build(std::string_view outbox) {
 Failure QueueBuilder::CreateFiles() {
     if (const int created = files_.CreateMailList(); created < 0)
         return {Failure::Kind::MailList, created, files_.fault()};
-    const int created = files_.CreateOthers();
-    return FileFailure(created < 0 ? created : files_.RequireNoFolders(MessageDirectory()));
+    return FileFailure(files_.CreateOthers());
 }
 
 Failure QueueBuilder::QueueMails(std::string_view outbox) {
@@ -120,7 +119,9 @@ Refusal QueueBuilder::Prepare(store::MailRecord& record, Outgoing& outgoing) con
 
 Failure QueueBuilder::Write(Outgoing& outgoing) {
     QueuedMail& queued = outgoing.queued;
-    int result = files_.AddIdentifier(queued.localId);
+    // Only who has something to send needs the directory.
+    int result = queue_->mails.empty() ? files_.RequireNoFolders(MessageDirectory()) : 0;
+    if (result == 0) result = files_.AddIdentifier(queued.localId);
     if (outgoing.destination.room.empty()) {
         queued.addressees = std::move(outgoing.destination.addressees);
         if (result == 0) result = files_.AddMail(queued.addressees, queued.subject, queued.file);

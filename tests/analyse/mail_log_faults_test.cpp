@@ -196,38 +196,6 @@ TEST(MailLogFaults, OfEqualMailsAsManyAreTakenForStoredAsThereAre) {
     }
 }
 
-TEST(MailLogFaults, TheMarkWaitsForMailsThatWereStoredFurtherOn) {
-    // A run in which the folder A failed at its first mail and the Inbox took one.
-    const std::string first = Captured("for A", "1\r\n");
-    const std::string last = Captured("x", "1\r\n");
-    std::string many;
-    for (int number = 0; number < 36; ++number)
-        many += Captured("for A", LongText(500));
-    const auto failAt = [](Case& files, int call, const std::string& capture) {
-        files.disk.Put(kCapturePath, capture);
-        AnalysingProgram program(files.disk);
-        files.disk.FailCall(call, -EACCES);
-        static_cast<void>(AnalyseWithRules(program));
-        EXPECT_TRUE(files.disk.struck());
-        return program.Subjects("Inbox") == Names{"old", "older", "x"} && program.result.stored == 1;
-    };
-    int call = 1;
-    for (bool found = false; !found && !HasFailure(); ++call) {
-        Case files;
-        found = failAt(files, call, first + last);
-    }
-    Case files;
-    ASSERT_TRUE(failAt(files, call - 1, first + many + last));
-    // The next one gets through more than a batch, and no further.
-    AnalysingProgram program(files.disk);
-    files.disk.ShortWrite(530, 0);
-    static_cast<void>(AnalyseWithRules(program));
-    ASSERT_TRUE(files.disk.struck() && !program.result.complete && program.mailbox.CountMails("A") > 30);
-    EXPECT_EQ(AnalyseWithRules(program), 38);
-    EXPECT_EQ(program.Subjects("Inbox"), (Names{"old", "older", "x"}));
-    EXPECT_EQ(program.mailbox.CountMails("A"), 1 + 37);
-}
-
 TEST(MailLogFaults, AFullDiskTakesBackABatch) {
     constexpr int kMails = 36;
     std::string capture;

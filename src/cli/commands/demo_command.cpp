@@ -2,14 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <array>
-#include <cerrno>
-#include <cstdlib>
-#include <filesystem>
 #include <nlohmann/json.hpp>
-#include <system_error>
 
 #include "analyse/read_conditions.h"
 #include "app/practice_host_process.h"
+#include "app/temporary_directory.h"
 #include "cli/application.h"
 #include "cli/commands/mail_command.h"
 #include "cli/session_run.h"
@@ -42,31 +39,6 @@ constexpr std::array<Composed, 2> kComposed = {{
     {"/FSORA,MES1,14", "RE:犬の耳"_sjis,
      "うちの犬にも聞こえるようです。\r\n凧があがると、糸の根もとで耳を立てます。\r\n"_sjis},
 }};
-
-/// A directory that goes with everything in it.
-class TemporaryDirectory {
-  public:
-    TemporaryDirectory() = default;
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-    ~TemporaryDirectory() {
-        std::error_code ignored;
-        if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-    }
-    /// 0 or a negated errno value.
-    [[nodiscard]] int Make() {
-        std::error_code error;
-        std::string name = (std::filesystem::temp_directory_path(error) / "postkite-demo-XXXXXX").string();
-        if (error) return -error.value();
-        if (mkdtemp(name.data()) == nullptr) return -errno;
-        path_ = name;
-        return 0;
-    }
-    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
-
-  private:
-    std::filesystem::path path_;
-};
 
 int FillOutbox(app::Program& program) {
     for (const Composed& composed : kComposed) {
@@ -130,30 +102,28 @@ int PrintFolders(CommandContext& context, app::Program& program, Json& document)
 }
 
 int Connect(CommandContext& context, Session& session, const std::string& device, int pace) {
-    session.ui.ShowStatusTexts(context.console().errIsTerminal
-                                   ? TerminalUserInterface::StatusTexts::Drawn
-                                   : TerminalUserInterface::StatusTexts::Printed);
+    session.ui.ShowStatusTexts(context.console().errIsTerminal ? TerminalUserInterface::StatusTexts::Drawn
+                                                               : TerminalUserInterface::StatusTexts::Printed);
     SignalTimer timer;
     app::Sessions& sessions = session.program.sessions();
     if (sessions.Begin(app::Sessions::Start::SendAndReceive, device) < 0) return kRefused;
     timer.Start(pace);
     const int result = RunToItsEnd(context, sessions, timer).value_or(comm::kSessionGoesOn);
     const app::Sessions::Yield& yield = sessions.yield();
-    Json document = {{"result", result},
-                     {"mails", yield.mails},
-                     {"messages", yield.messages},
-                     {"sent", yield.sent}};
+    Json document = {
+        {"result", result}, {"mails", yield.mails}, {"messages", yield.messages}, {"sent", yield.sent}};
     const int printed = PrintFolders(context, session.program, document);
     return result == comm::kSessionEnded && yield.stored ? printed : kRefused;
 }
 
 int RunDemo(CommandContext& context, int pace) {
-    TemporaryDirectory directory;
+    app::TemporaryDirectory directory;
     int result = directory.Make();
     app::PracticeHostProcess host;
     if (result == 0) {
         context.Remark({"練習用ホストを起動します。", "Starting a practice host."});
-        result = host.Start({}, {"--once", "--user", std::string(kUser), "--password", std::string(kPassword)});
+        result =
+            host.Start({}, {"--once", "--user", std::string(kUser), "--password", std::string(kPassword)});
     }
     if (result < 0) {
         return context.Refuse({"練習用ホスト（postkite-host）を起動できません。（{}）",
@@ -163,7 +133,8 @@ int RunDemo(CommandContext& context, int pace) {
     const auto session = context.NewSession(directory.path() / "mail", directory.path() / "state");
     result = Prepare(*session);
     if (result < -1) {
-        return context.Refuse({"{} を使用できません。（{}）", "{} cannot be used: {}."}, directory.path().string(),
+        return context.Refuse({"{} を使用できません。（{}）", "{} cannot be used: {}."},
+                              directory.path().string(),
                               Utf8Bytes(core::DescribeError(result, context.language())));
     }
     if (result < 0) return kRefused;

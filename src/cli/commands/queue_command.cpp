@@ -50,6 +50,12 @@ int Queue(CommandContext& context) {
     outgoing::SendQueue queue;
     queue.refused = true;  // until it is built
     const bool queued = session->program.sessions().BuildQueue(queue) == 0;
+    // Message boxes are for who is there to read them; whoever called the command is.
+    const bool unattended = session->program.settings().autoMode == 1;
+    if (!queued && unattended) {
+        context.Remark({"送信キューは空です。理由は error.log にあることがあります。",
+                        "The send queue is empty. error.log may say why."});
+    }
     if (queue.refused) return kRefused;
     std::string rows;
     for (const outgoing::QueuedMail& mail : queue.mails)
