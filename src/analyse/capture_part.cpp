@@ -21,6 +21,8 @@ namespace {
 
 constexpr std::string_view kFirstLine = "Postkite mail log 1";
 constexpr std::string_view kNoIdentifier = "-";
+/// What an identifier begins with: date and time to the second.
+constexpr std::size_t kStampBytes = 12;
 
 std::string Hexadecimal(std::uint64_t value) {
     std::string text(16, '0');
@@ -140,15 +142,24 @@ std::string CapturePart::Format() const {
     return bytes;
 }
 
-int CapturePart::FindStored() {
+int CapturePart::FindStored(const store::FolderTree& tree) {
+    std::string_view since;
+    int result = 0;
     for (const ListedFolder& folder : folders_) {
-        const int found = FindStoredIn(folder);
-        if (found < 0) return found;
+        if (result == 0) result = FindStoredIn(folder);
+        since = std::max(since, std::string_view(folder.lastIdentifier).substr(0, kStampBytes));
+    }
+    if (result == 0 && !folders_.empty()) {
+        tree.Walk([&](const store::Folder&, const std::string& baseName) {
+            const std::string name = PathOf(baseName);
+            if (store::Mailbox::IsUsableName(baseName) && !IsListed(name)) result = FindMovedTo(name, since);
+            return result == 0;
+        });
     }
     std::sort(stored_.begin(), stored_.end());
     taken_.assign(stored_.size(), 0);
     storedLeft_ = stored_.size();
-    return 0;
+    return result;
 }
 
 int CapturePart::FindStoredIn(const ListedFolder& folder) {
@@ -158,16 +169,40 @@ int CapturePart::FindStoredIn(const ListedFolder& folder) {
     if (opened < 0) return opened == -ENOENT || opened == -ENOTSUP ? 0 : opened;
     const int count = reader.CountMails();
     if (count < 0) return count;
-    store::MailRecord record;
-    for (int number = FirstNewRecord(reader, folder.records, folder.lastIdentifier); number < count;
-         ++number) {
-        const std::string_view indexRecord = reader.IndexRecord(number);
-        if (indexRecord.empty() || store::IsDeleted(indexRecord)) continue;
-        const auto condition =
-            reader.ReadMail(number, store::MAIL_BODY_MAX - store::kReadHeadroomBytes, record);
-        if (condition == store::FolderReader::Condition::Whole) stored_.push_back(HashOf(record.body));
-    }
+    for (int number = FirstNewRecord(reader, folder.records, folder.lastIdentifier); number < count; ++number)
+        AddStored(reader, number);
     return reader.error();
+}
+
+/// A mail that is moved gets a new identifier, which begins with the time.
+int CapturePart::FindMovedTo(const std::string& name, std::string_view since) {
+    store::FolderReader reader;
+    const int opened = reader.Open(store::FilesOf(mailbox_->workspace(), {}, name));
+    if (opened < 0) return opened == -ENOENT || opened == -ENOTSUP ? 0 : opened;
+    for (int number = 0;; ++number) {
+        const std::string_view indexRecord = reader.IndexRecord(number);
+        if (indexRecord.empty()) return reader.error();
+        if (IdentifierOf(indexRecord).substr(0, kStampBytes) >= since) AddStored(reader, number);
+    }
+}
+
+void CapturePart::AddStored(store::FolderReader& reader, int number) {
+    const std::string_view indexRecord = reader.IndexRecord(number);
+    if (indexRecord.empty() || store::IsDeleted(indexRecord)) return;
+    store::MailRecord record;
+    const auto condition = reader.ReadMail(number, store::MAIL_BODY_MAX - store::kReadHeadroomBytes, record);
+    if (condition == store::FolderReader::Condition::Whole) stored_.push_back(HashOf(record.body));
+}
+
+std::string CapturePart::PathOf(std::string_view folder) const {
+    const std::string& bank = mailbox_->bankDirectory();
+    return (bank.empty() ? std::string() : bank + "\\") + std::string(folder);
+}
+
+bool CapturePart::IsListed(std::string_view name) const {
+    return std::any_of(folders_.begin(), folders_.end(), [name](const ListedFolder& folder) {
+        return core::EqualIgnoringCase(folder.name, name);
+    });
 }
 
 bool CapturePart::TakeStored(std::string_view body) {
@@ -201,12 +236,8 @@ int CapturePart::LookAt(ListedFolder& folder) {
 
 int CapturePart::AddFolder(std::string_view folder) {
     ListedFolder listed;
-    if (!mailbox_->bankDirectory().empty()) listed.name = mailbox_->bankDirectory() + "\\";
-    listed.name += folder;
-    const bool known = std::any_of(folders_.begin(), folders_.end(), [&listed](const ListedFolder& other) {
-        return core::EqualIgnoringCase(other.name, listed.name);
-    });
-    if (known) return 0;
+    listed.name = PathOf(folder);
+    if (IsListed(listed.name)) return 0;
     int result = LookAt(listed);
     if (result < 0) return result;
     folders_.push_back(std::move(listed));

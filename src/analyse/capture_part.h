@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "core/file_system.h"
+#include "store/folder_reader.h"
+#include "store/folder_tree.h"
 #include "store/mailbox.h"
 
 namespace postkite::analyse {
@@ -17,8 +19,8 @@ inline constexpr std::string_view kPartSuffix = ".part";
 /// How far the analysis of a capture has got, kept beside it in "`path`.part", so that an analysis that was broken off goes
 /// on where it was and stores no mail twice. The layout is in docs/formats/captures.md.
 ///
-/// Two things are known of a capture that has one: the mails before `offset` are all stored; and of those behind it only
-/// the folders listed can hold any, behind the record that was their last. Borrows the mailbox. Operations return 0
+/// Two things are known of a capture that has one: the mails before `offset` are all stored; and those behind it went to
+/// the folders listed, behind the record that was their last, and may have been moved from there since. Borrows the mailbox. Operations return 0
 /// or a negated errno value. Hold the lock.
 class CapturePart {
   public:
@@ -31,8 +33,9 @@ class CapturePart {
     /// The mails before it.
     [[nodiscard]] int mails() const { return mails_; }
 
-    /// Looks for the mails behind `offset` that are in the listed folders.
-    [[nodiscard]] int FindStored();
+    /// Looks for the mails behind `offset` that are in the listed folders, and among what the tree's other folders have got
+    /// since.
+    [[nodiscard]] int FindStored(const store::FolderTree& tree);
 
     /// Whether mails were found there that nobody has taken.
     [[nodiscard]] bool hasStored() const { return storedLeft_ > 0; }
@@ -59,6 +62,10 @@ class CapturePart {
     [[nodiscard]] std::string Format() const;
     [[nodiscard]] int LookAt(ListedFolder& folder);
     [[nodiscard]] int FindStoredIn(const ListedFolder& folder);
+    [[nodiscard]] int FindMovedTo(const std::string& name, std::string_view since);
+    void AddStored(store::FolderReader& reader, int number);
+    [[nodiscard]] std::string PathOf(std::string_view folder) const;
+    [[nodiscard]] bool IsListed(std::string_view name) const;
 
     store::Mailbox* mailbox_;
     std::string fileName_;

@@ -169,7 +169,7 @@ int MailLogRun::Prepare(core::File& file) {
     captureBytes_ = static_cast<std::uint64_t>(size);
     ui_.SetProgress(0, captureBytes_);
     int result = part_.Load(file);
-    if (result == 0) result = part_.FindStored();
+    if (result == 0) result = part_.FindStored(analysis_.folders.tree());
     if (result < 0) return result;
     headerLines_ = stored_ = mailsBefore_ = part_.mails();
     mailEnd_ = part_.offset();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
 #include <utility>
 
 #include "analyse/mail_log.h"
@@ -9,6 +10,8 @@
 #include "comm/capture_logs.h"
 #include "core/error_log.h"
 #include "core/error_text.h"
+#include "core/file_system.h"
+#include "core/line_reader.h"
 #include "store/folder_tree.h"
 
 namespace postkite::app {
@@ -17,6 +20,9 @@ namespace {
 
 /// The folder whose mails say what is to be downloaded.
 constexpr std::string_view kDownloadFolder = "Download";
+
+/// Holds the identifier of the mail that the host is about to confirm.
+constexpr std::string_view kUnsureFile = "BMTEMP.$$$\\Unsure.tmp";
 
 /// The name of a room's or library's folder, from its entry in a patrol list or from a queued message's target: "mes3" and
 /// "MES 3" are one room.
@@ -60,6 +66,31 @@ bool SessionRecords::MarkSentIn(std::string_view folder, std::string_view localI
     return recordNumber >= 0 && mailbox_->MarkSent(folder, recordNumber, true) == 0;
 }
 
+/// Where this fails the session goes on: the worst is that a killed program is silent about one mail.
+void SessionRecords::MailWentOut(std::string_view localId) {
+    std::unique_ptr<core::File> file;
+    int result = workspace_->Open(kUnsureFile, core::OpenMode::ReadWriteOrCreate, file);
+    if (result == 0) result = file->Truncate(0);
+    if (result == 0) result = file->WriteAt(0, std::string(localId) + "\r\n");
+    if (result == 0) result = file->Sync();
+    if (result == 0) return;
+    core::LogError(*workspace_,
+                   std::string(kUnsureFile) + ": " + core::DescribeError(result, core::Language::English));
+}
+
+std::string SessionRecords::TakeUnsure() {
+    constexpr std::size_t kLongestLine = 64;
+    std::string localId;
+    {
+        std::unique_ptr<core::File> file;
+        if (workspace_->Open(kUnsureFile, core::OpenMode::Read, file) < 0) return {};
+        core::LineReader reader(*file, kLongestLine);
+        if (core::ReadLogLine(reader, localId) < 0) localId.clear();
+    }
+    static_cast<void>(workspace_->Remove(kUnsureFile));
+    return localId;
+}
+
 void SessionRecords::MarkMailSent(std::string_view localId) {
     sentMails_.emplace_back(localId);
     WriteWaiting(Waiting::No);
@@ -83,26 +114,35 @@ void SessionRecords::MarkDownloadDone(const comm::PatrolEntry& download) {
 }
 
 void SessionRecords::WriteWaiting(Waiting waiting) {
-    if (sentMails_.empty() && placesRead_.empty() && downloadsDone_.empty()) return;
+    const bool triesAgain = waiting == Waiting::Yes && !unmarkedMails_.empty();
+    if (sentMails_.empty() && placesRead_.empty() && downloadsDone_.empty() && !triesAgain) return;
     // Nobody takes records out of the list between the search and the mark. Where the lock fails the mark does too, and
     // says so.
     core::WorkspaceLock lock;
     if (workspace_->Lock(waiting == Waiting::Yes, lock) == -EWOULDBLOCK) return;
-    for (const std::string& localId : std::exchange(sentMails_, {}))
-        Mark(localId);
+    // A mark that fails is tried once more when the session is over, and not at every tick.
+    for (std::string& localId : std::exchange(sentMails_, {})) {
+        if (!Mark(localId)) unmarkedMails_.push_back(std::move(localId));
+    }
+    if (waiting == Waiting::Yes) {
+        for (const std::string& localId : std::exchange(unmarkedMails_, {})) {
+            if (Mark(localId)) continue;
+            ++unmarked_;
+            core::LogError(*workspace_, "MarkMailSent: " + localId + " was sent and is not marked");
+        }
+    }
     for (const std::string& folder : std::exchange(placesRead_, {}))
         WriteLastAccess(folder);
     for (const int recordNumber : std::exchange(downloadsDone_, {}))
         static_cast<void>(mailbox_->MarkSent(kDownloadFolder, recordNumber, true));
 }
 
-void SessionRecords::Mark(std::string_view localId) {
+bool SessionRecords::Mark(std::string_view localId) {
     const std::string outbox = active_.Outbox();
     bool marked = MarkSentIn(outbox, localId);
     if (!marked && outbox != store::kOutbox) marked = MarkSentIn(store::kOutbox, localId);
-    if (marked) return;
-    ++unmarked_;
-    core::LogError(*workspace_, "MarkMailSent: " + std::string(localId) + " was sent and is not marked");
+    if (marked) static_cast<void>(workspace_->Remove(kUnsureFile));
+    return marked;
 }
 
 /// A date that is not written only means that the place is read once more.

@@ -26,6 +26,8 @@ class SessionRecords final : public comm::SessionPartners {
     SessionRecords(core::Workspace& workspace, const core::Clock& clock, const ActiveFolders& active,
                    store::Mailbox& mailbox);
 
+    /// Written to "BMTEMP.$$$\Unsure.tmp", which stays there only where the program is killed.
+    void MailWentOut(std::string_view localId) override;
     /// Looks in the Outbox of the active environment, then in "Outbox".
     void MarkMailSent(std::string_view localId) override;
     void RecordLastAccess(const comm::PatrolEntry& place) override;
@@ -37,12 +39,16 @@ class SessionRecords final : public comm::SessionPartners {
     enum class Waiting { No, Yes };
     void WriteWaiting(Waiting waiting);
 
+    /// The identifier of a mail that went out in a session whose program was killed before it was marked; empty when there is
+    /// none. Told once.
+    [[nodiscard]] std::string TakeUnsure();
+
     /// Mails that could not be marked sent since the last `BeginSession`; "error.log" names them.
     [[nodiscard]] int unmarked() const { return unmarked_; }
     void BeginSession() { unmarked_ = 0; }
 
   private:
-    void Mark(std::string_view localId);
+    [[nodiscard]] bool Mark(std::string_view localId);
     [[nodiscard]] bool MarkSentIn(std::string_view folder, std::string_view localId);
     void WriteLastAccess(const std::string& folder);
 
@@ -50,9 +56,10 @@ class SessionRecords final : public comm::SessionPartners {
     const core::Clock* clock_;
     ActiveFolders active_;
     store::Mailbox* mailbox_;
-    std::vector<std::string> sentMails_;   ///< identifiers of mails that have gone out and have no mark yet
-    std::vector<std::string> placesRead_;  ///< folder names whose last access is not written yet
-    std::vector<int> downloadsDone_;       ///< record numbers in the folder "Download"
+    std::vector<std::string> sentMails_;  ///< identifiers of mails that have gone out and have no mark yet
+    std::vector<std::string> unmarkedMails_;  ///< those of them that could not be marked
+    std::vector<std::string> placesRead_;     ///< folder names whose last access is not written yet
+    std::vector<int> downloadsDone_;          ///< record numbers in the folder "Download"
     int unmarked_ = 0;
 };
 

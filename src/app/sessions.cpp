@@ -8,6 +8,7 @@
 #include "core/error_log.h"
 #include "core/error_text.h"
 #include "core/shift_jis.h"
+#include "store/index_record.h"
 
 namespace postkite::app {
 
@@ -39,11 +40,34 @@ int Sessions::Begin(Start start, const std::string& device, const comm::ScriptLi
     if (running() || TakeLock(lock_) < 0) return -1;
     yield_ = {};
     records_.BeginSession();
+    TellUnsure();
     if (AnalyseLeftOvers() == 0 && PrepareQueue(start) == 0 &&
         session_.Begin(start, device, PatrolOfToday(*workspace_, *clock_, folders_->tree()), script) == 0)
         return 0;
     lock_.reset();
     return -1;
+}
+
+/// The program was killed after a mail had gone out. It is still reserved, and the person decides whether it may come twice.
+void Sessions::TellUnsure() {
+    const std::string localId = records_.TakeUnsure();
+    if (localId.empty()) return;
+    core::LogError(*workspace_,
+                   "session: " + localId + " was sent by an earlier session and may not be marked");
+    const std::string outbox = active_.Outbox();
+    store::MailListEntry entry;
+    const int number = mailbox_->FindMail(outbox, localId);
+    if (number < 0 || mailbox_->ReadListEntry(outbox, number, entry) < 0 ||
+        entry.flags.view()[store::flag::kSent] == 'S')
+        return;
+    std::string text(core::Choose(
+        *ui_,
+        "前回の通信は、次のメールを送ったあと、送信済みの印を付ける前に終わりました。"
+        "予約したままなので、二度届くことがあります: "_sjis,
+        "An earlier session ended after this mail had gone out and before it was marked as sent. "
+        "It is still reserved and may arrive twice: "));
+    text += store::WithoutTrailingBlanks(entry.subject.view());
+    if (settings_->autoMode == 0) ui_->ShowMessage(core::kProductName, text, core::MessageIcon::Warning);
 }
 
 /// Changes `start` where there is nothing to send.
@@ -80,6 +104,8 @@ void Sessions::End() {
     if (ending_) return;
     ending_ = true;
     records_.WriteWaiting(SessionRecords::Waiting::Yes);
+    // Whatever is unsure has been told.
+    static_cast<void>(records_.TakeUnsure());
     yield_.sent = session_.sent();
     AnalyseCaptures();
     lock_.reset();
@@ -99,7 +125,7 @@ void Sessions::AnalyseCaptures() {
     const analyse::Analysis analysis = MakeAnalysis(true);
     analyse::MailLogResult mails;
     const int received = analyse::AnalyseMailLog(analysis, comm::kMailLogFile, mails);
-    yield_.mails = std::max(received, 0);
+    yield_.mails = received < 0 || mails.complete ? std::max(received, 0) : mails.stored;
     analyse::ForumLogResult messages;
     yield_.messages = analyse::AnalyseForumLog(analysis, comm::kForumLogFile, messages);
     yield_.stored = CapturesAreGone();
@@ -122,8 +148,10 @@ int Sessions::AnalyseLeftOvers() {
         Tell(text + std::to_string(stored));
     }
     if (CapturesAreGone()) return 0;
-    Tell(core::Choose(*ui_, "前回の通信の受信データを保存できないため、通信を始めません。"_sjis,
-                      "What an earlier session has received cannot be stored, so no session was begun."));
+    Tell(core::Choose(
+        *ui_, "前回の通信の受信データ（maillog.txt、MesLog.txt）を保存できないため、通信を始めません。"_sjis,
+        "What an earlier session has received (maillog.txt, MesLog.txt) cannot be stored, so no session was "
+        "begun."));
     return -1;
 }
 

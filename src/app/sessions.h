@@ -87,6 +87,7 @@ class Sessions {
     using SessionLock = std::unique_ptr<core::FileLock>;
     [[nodiscard]] int TakeLock(SessionLock& lock);
     [[nodiscard]] int RefuseWhileRunning();
+    void TellUnsure();
     [[nodiscard]] int PrepareQueue(Start& start);
     [[nodiscard]] int AnalyseLeftOvers();
     void AnalyseCaptures();

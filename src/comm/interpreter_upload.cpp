@@ -30,6 +30,7 @@ int Interpreter::SendUploadLines() {
         if (piece == UploadFile::Piece::End) {
             state_.uploaded = true;
             state_.uploadedId = queue_.MailId(state_.mailIndex);
+            partners_->MailWentOut(state_.uploadedId);
             CloseUpload();
             break;
         }

@@ -32,7 +32,11 @@ class SessionPartners {
     SessionPartners& operator=(const SessionPartners&) = delete;
     virtual ~SessionPartners() = default;
 
-    /// The mail with that local identifier has gone out: finds it in the Outbox of the current bank, marks it
+    /// The mail with that local identifier has gone out whole, and the host has not confirmed it yet. Should the program
+    /// end now, the next session has to tell.
+    virtual void MailWentOut(std::string_view localId) = 0;
+
+    /// The mail with that local identifier has gone out and is confirmed: finds it in the Outbox of the current bank, marks it
     /// sent and deselects its row where it is on show. Whoever cannot mark it tells the user.
     virtual void MarkMailSent(std::string_view localId) = 0;
 

@@ -121,6 +121,36 @@ TEST(MailLogFaults, AlsoWhenMailsAreDeletedMeanwhile) {
     EXPECT_GT(StrikeEverywhere(Fault::FullDisk, deleteBoth, {"1", "twin", "twin", "3"}), kFewestCalls);
 }
 
+TEST(MailLogFaults, AlsoWhenMailsAreMovedMeanwhile) {
+    bool struck = true;
+    for (int call = 1; struck; ++call) {
+        Case files;
+        {
+            AnalysingProgram program(files.disk);
+            files.disk.StopAtCall(call);
+            static_cast<void>(AnalyseWithRules(program));
+        }
+        struck = files.disk.struck();
+        files.disk.Restart();
+        AnalysingProgram later(files.disk);
+        std::vector<int> numbers;
+        for (int number = 2; number < later.mailbox.CountMails("Inbox"); ++number)
+            numbers.push_back(number);
+        ASSERT_EQ(later.folders.MoveMails("Inbox", numbers, "Trash"), 0);
+        if (later.mailbox.CountMails("A") == 2) {
+            const int last = 1;
+            ASSERT_EQ(later.folders.MoveMails("A", std::span(&last, 1), "Trash"), 0);
+        }
+        if (files.disk.Exists(kCapturePath)) static_cast<void>(AnalyseWithRules(later));
+        Names all = later.Subjects("Inbox");
+        for (const char* folder : {"Trash", "A"}) {
+            for (const std::string& subject : later.Subjects(folder))
+                all.push_back(subject);
+        }
+        ASSERT_EQ(Sorted(all), Sorted({"old", "older", "old", "1", "twin", "twin", "for A", "3"})) << call;
+    }
+}
+
 std::string LongText(std::size_t kilobytes) {
     const std::string line = std::string(98, 'x') + "\r\n";
     std::string text;

@@ -243,7 +243,9 @@ TEST_F(SessionsTest, WhatAnEarlierSessionCapturedIsStoredFirst) {
     running.port.openError = 0;
     disk.PutDirectory(kMailLog);
     ASSERT_EQ(running.Begin(), -1) << "whatever is in it cannot be stored";
-    EXPECT_EQ(running.Told(), Text("前回の通信の受信データを保存できないため、通信を始めません。"_sjis));
+    EXPECT_EQ(
+        running.Told(),
+        Text("前回の通信の受信データ（maillog.txt、MesLog.txt）を保存できないため、通信を始めません。"_sjis));
     EXPECT_FALSE(running.port.open);
 }
 
@@ -321,9 +323,11 @@ TEST_F(SentMails, AreMarkedInTheOutgoingFolder) {
     const std::string another = running.Compose("Out2", "A", true);
     running.program.environments().entries[2].outbox = "..\\Out2";
     records.MarkMailSent(another);
+    records.WriteWaiting(SessionRecords::Waiting::Yes);
     EXPECT_EQ(records.unmarked(), 1) << "no folder that the tree lacks";
     running.program.settings().currentId = -1;
     records.MarkMailSent(another);
+    records.WriteWaiting(SessionRecords::Waiting::Yes);
     EXPECT_EQ(records.unmarked(), 2) << "no folder of an environment that there is not";
     EXPECT_NE(disk.Get("/mail/error.log")->find(another), std::string::npos);
     EXPECT_EQ(active.Inbox(), "Inbox");
@@ -355,6 +359,22 @@ TEST_F(SentMails, OneThatCannotBeMarkedOrIsNotConfirmedIsTold) {
     ASSERT_EQ(told.size(), 2U);
     EXPECT_TRUE(told[1].starts_with("送信を終えたあと、ホストの確認を受け取る前に"_sjis)) << told[1];
     EXPECT_EQ(SentFlag("Out2"), 's') << "it goes out again rather than never";
+
+    // Killed between the host's word and the mark.
+    ASSERT_EQ(sessions.Begin(Start::SendAndReceive, "line", &lines), 0);
+    for (int tick = 0; tick < 20; ++tick)
+        EXPECT_EQ(sessions.Tick(), comm::kSessionGoesOn);
+    disk.Restart();
+    Running next(disk);
+    next.program.settings() = running.program.settings();
+    next.program.environments() = running.program.environments();
+    next.port.openError = -ENXIO;
+    EXPECT_EQ(next.Begin(), -1);
+    const Texts toldNext = next.Told();
+    ASSERT_EQ(toldNext.size(), 2U);
+    EXPECT_TRUE(toldNext[0].ends_with("二度届くことがあります: s"_sjis)) << toldNext[0];
+    EXPECT_EQ(next.Begin(), -1);
+    EXPECT_EQ(next.Told().size(), 1U) << "told once";
 }
 
 TEST_F(SessionsTest, TheEndSortsTheInboxAndSavesTheSettings) {

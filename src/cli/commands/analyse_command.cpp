@@ -23,7 +23,9 @@ struct Outcome {
 Outcome AnalyseMails(app::Sessions& sessions, const std::string& name) {
     analyse::MailLogResult mails;
     const int result = sessions.AnalyseMailLog(name, mails);
-    return {result, result != -1, mails.complete};
+    // Of a capture that stays only what is stored has been received.
+    const int received = result > 0 && !mails.complete ? mails.stored : result;
+    return {received, result != -1, mails.complete};
 }
 
 Outcome AnalyseMessages(app::Sessions& sessions, const std::string& name) {
@@ -164,7 +166,11 @@ int Analyse(CommandContext& context, const Analyser& analyser, const std::string
         if (capture.copied) static_cast<void>(session->workspace.Remove(capture.name));
         return kRefused;
     }
-    if (!outcome.found) return RefuseFile(context, capture.name, -ENOENT);
+    if (!outcome.found) {
+        std::unique_ptr<core::File> opened;
+        const int error = session->workspace.Open(capture.name, core::OpenMode::Read, opened);
+        return RefuseFile(context, capture.name, error < 0 ? error : -ENOENT);
+    }
     const std::string count = std::to_string(std::max(outcome.result, 0));
     const int printed = context.json ? context.PrintJson({{analyser.key, std::max(outcome.result, 0)}})
                                      : context.Print(analyser.printed.In(context.language(), {count}));
