@@ -67,7 +67,7 @@ bool SessionRecords::MarkSentIn(std::string_view folder, std::string_view localI
 }
 
 /// Where this fails the session goes on: the worst is that a killed program is silent about one mail.
-void SessionRecords::MailWentOut(std::string_view localId) {
+void SessionRecords::MailGoesOut(std::string_view localId) {
     std::unique_ptr<core::File> file;
     int result = workspace_->Open(kUnsureFile, core::OpenMode::ReadWriteOrCreate, file);
     if (result == 0) result = file->Truncate(0);

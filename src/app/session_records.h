@@ -27,7 +27,7 @@ class SessionRecords final : public comm::SessionPartners {
                    store::Mailbox& mailbox);
 
     /// Written to "BMTEMP.$$$\Unsure.tmp", which stays there only where the program is killed.
-    void MailWentOut(std::string_view localId) override;
+    void MailGoesOut(std::string_view localId) override;
     /// Looks in the Outbox of the active environment, then in "Outbox".
     void MarkMailSent(std::string_view localId) override;
     void RecordLastAccess(const comm::PatrolEntry& place) override;

@@ -48,24 +48,24 @@ int Sessions::Begin(Start start, const std::string& device, const comm::ScriptLi
     return -1;
 }
 
-/// The program was killed after a mail had gone out. It is still reserved, and the person decides whether it may come twice.
+/// The program was killed while a mail went out or before it was marked. It is still reserved, and the person decides whether it may come twice.
 void Sessions::TellUnsure() {
     const std::string localId = records_.TakeUnsure();
     if (localId.empty()) return;
-    core::LogError(*workspace_,
-                   "session: " + localId + " was sent by an earlier session and may not be marked");
+    core::LogError(*workspace_, "session: " + localId +
+                                    " went out in an earlier session, which ended before it was marked");
     const std::string outbox = active_.Outbox();
     store::MailListEntry entry;
     const int number = mailbox_->FindMail(outbox, localId);
     if (number < 0 || mailbox_->ReadListEntry(outbox, number, entry) < 0 ||
         entry.flags.view()[store::flag::kSent] == 'S')
         return;
-    std::string text(core::Choose(
-        *ui_,
-        "前回の通信は、次のメールを送ったあと、送信済みの印を付ける前に終わりました。"
-        "予約したままなので、二度届くことがあります: "_sjis,
-        "An earlier session ended after this mail had gone out and before it was marked as sent. "
-        "It is still reserved and may arrive twice: "));
+    std::string text(
+        core::Choose(*ui_,
+                     "前回の通信は、次のメールを送りはじめてから、送信済みの印を付ける前に終わりました。"
+                     "予約したままなので、二度届くことがあります: "_sjis,
+                     "An earlier session ended between the beginning of this mail and its mark as sent. "
+                     "It is still reserved and may arrive twice: "));
     text += store::WithoutTrailingBlanks(entry.subject.view());
     if (settings_->autoMode == 0) ui_->ShowMessage(core::kProductName, text, core::MessageIcon::Warning);
 }

@@ -175,6 +175,8 @@ int Interpreter::UploadFileBuffer(const ScriptFields&) {
     const std::string_view name = state_.lineBuffer;
     const std::size_t separator = core::FindLastCharacter(name, '\\');
     state_.mailIndex = Number(separator == std::string_view::npos ? name : name.substr(separator + 1)) - 1;
+    state_.uploadedId = queue_.MailId(state_.mailIndex);
+    if (!state_.uploadedId.empty()) partners_->MailGoesOut(state_.uploadedId);
     return kSessionGoesOn;
 }
 

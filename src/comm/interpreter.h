@@ -121,7 +121,7 @@ class Interpreter {
         bool fileSending = false;
         bool routePrompt = false;  ///< routes 4 and 5: the host's prompt comes before the next line
         bool uploaded = false;     ///< a whole file since the last "CHECK_SEND_END"
-        std::string uploadedId;    ///< of the mail in that file
+        std::string uploadedId;    ///< of the mail in the file that is sent
         int mailIndex = -1;        ///< of the mail in it
         std::uint64_t bytesSent = 0;
         std::uint64_t fileBytesSent = 0;

@@ -29,8 +29,6 @@ int Interpreter::SendUploadLines() {
         const UploadFile::Piece piece = upload_.Next(text);
         if (piece == UploadFile::Piece::End) {
             state_.uploaded = true;
-            state_.uploadedId = queue_.MailId(state_.mailIndex);
-            partners_->MailWentOut(state_.uploadedId);
             CloseUpload();
             break;
         }

@@ -32,9 +32,9 @@ class SessionPartners {
     SessionPartners& operator=(const SessionPartners&) = delete;
     virtual ~SessionPartners() = default;
 
-    /// The mail with that local identifier has gone out whole, and the host has not confirmed it yet. Should the program
-    /// end now, the next session has to tell.
-    virtual void MailWentOut(std::string_view localId) = 0;
+    /// The mail with that local identifier begins to go out. Should the program end before the host has confirmed it,
+    /// the next session has to tell.
+    virtual void MailGoesOut(std::string_view localId) = 0;
 
     /// The mail with that local identifier has gone out and is confirmed: finds it in the Outbox of the current bank, marks it
     /// sent and deselects its row where it is on show. Whoever cannot mark it tells the user.

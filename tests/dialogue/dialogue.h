@@ -50,7 +50,7 @@ class FakePartners final : public comm::SessionPartners {
     void MarkDownloadDone(const comm::PatrolEntry& download) override {
         downloaded.push_back(download.recordNumber);
     }
-    void MailWentOut(std::string_view) override {}
+    void MailGoesOut(std::string_view) override {}
     [[nodiscard]] int CountCapturedMails() override { return capturedMails; }
 
     std::vector<std::string> marked;
