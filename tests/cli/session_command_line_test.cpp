@@ -78,8 +78,9 @@ TEST_F(SessionCommandLine, ReceivesAndSaysWhatCame) {
     EXPECT_EQ(timer_.pace, 7);
     EXPECT_FALSE(disk_.Exists("/mail/maillog.txt"));
     EXPECT_TRUE(run.err.starts_with("ウェイト 2 秒\nモデム初期化中\nウェイト 1 秒\nダイアル中\n")) << run.err;
-    EXPECT_TRUE(run.err.ends_with("回線切断中\nウェイト 1 秒\n回線切断完了\n受信メール解析中\n"
-                                  "受信メール情報:        2 通のメールを受信しました。       \n"))
+    EXPECT_TRUE(
+        run.err.ends_with("回線切断中\nウェイト 1 秒\n回線切断完了\n受信メール解析中\n"
+                          "受信メール情報:        2 通のメールを受信しました。       \n"))
         << run.err;
     EXPECT_EQ(run.err.find("MAIL>"), std::string::npos);
 
