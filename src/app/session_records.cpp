@@ -21,7 +21,7 @@ namespace {
 /// The folder whose mails say what is to be downloaded.
 constexpr std::string_view kDownloadFolder = "Download";
 
-/// Holds the identifier of the mail that the host is about to confirm.
+/// Holds the identifiers of the mails that have begun to go out and are not marked yet.
 constexpr std::string_view kUnsureFile = "BMTEMP.$$$\\Unsure.tmp";
 
 /// The name of a room's or library's folder, from its entry in a patrol list or from a queued message's target: "mes3" and
@@ -66,29 +66,43 @@ bool SessionRecords::MarkSentIn(std::string_view folder, std::string_view localI
     return recordNumber >= 0 && mailbox_->MarkSent(folder, recordNumber, true) == 0;
 }
 
-/// Where this fails the session goes on: the worst is that a killed program is silent about one mail.
 void SessionRecords::MailGoesOut(std::string_view localId) {
+    unsure_.emplace_back(localId);
+    WriteUnsure();
+}
+
+/// Where this fails the session goes on: the worst is that a killed program is silent about a mail.
+void SessionRecords::WriteUnsure() {
+    if (unsure_.empty()) {
+        static_cast<void>(workspace_->Remove(kUnsureFile));
+        return;
+    }
+    std::string lines;
+    for (const std::string& localId : unsure_)
+        lines += localId + "\r\n";
     std::unique_ptr<core::File> file;
     int result = workspace_->Open(kUnsureFile, core::OpenMode::ReadWriteOrCreate, file);
     if (result == 0) result = file->Truncate(0);
-    if (result == 0) result = file->WriteAt(0, std::string(localId) + "\r\n");
+    if (result == 0) result = file->WriteAt(0, lines);
     if (result == 0) result = file->Sync();
     if (result == 0) return;
     core::LogError(*workspace_,
                    std::string(kUnsureFile) + ": " + core::DescribeError(result, core::Language::English));
 }
 
-std::string SessionRecords::TakeUnsure() {
+std::vector<std::string> SessionRecords::TakeUnsure() {
     constexpr std::size_t kLongestLine = 64;
-    std::string localId;
+    std::vector<std::string> identifiers;
     {
         std::unique_ptr<core::File> file;
         if (workspace_->Open(kUnsureFile, core::OpenMode::Read, file) < 0) return {};
         core::LineReader reader(*file, kLongestLine);
-        if (core::ReadLogLine(reader, localId) < 0) localId.clear();
+        for (std::string localId; core::ReadLogLine(reader, localId) == 0;)
+            identifiers.push_back(localId);
     }
-    static_cast<void>(workspace_->Remove(kUnsureFile));
-    return localId;
+    unsure_.clear();
+    WriteUnsure();
+    return identifiers;
 }
 
 void SessionRecords::MarkMailSent(std::string_view localId) {
@@ -141,7 +155,7 @@ bool SessionRecords::Mark(std::string_view localId) {
     const std::string outbox = active_.Outbox();
     bool marked = MarkSentIn(outbox, localId);
     if (!marked && outbox != store::kOutbox) marked = MarkSentIn(store::kOutbox, localId);
-    if (marked) static_cast<void>(workspace_->Remove(kUnsureFile));
+    if (marked && std::erase(unsure_, localId) > 0) WriteUnsure();
     return marked;
 }
 

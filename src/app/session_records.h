@@ -39,15 +39,15 @@ class SessionRecords final : public comm::SessionPartners {
     enum class Waiting { No, Yes };
     void WriteWaiting(Waiting waiting);
 
-    /// The identifier of a mail that went out in a session whose program was killed before it was marked; empty when there is
-    /// none. Told once.
-    [[nodiscard]] std::string TakeUnsure();
+    /// The identifiers of mails that went out in a session whose program was killed before they were marked. Told once.
+    [[nodiscard]] std::vector<std::string> TakeUnsure();
 
     /// Mails that could not be marked sent since the last `BeginSession`; "error.log" names them.
     [[nodiscard]] int unmarked() const { return unmarked_; }
     void BeginSession() { unmarked_ = 0; }
 
   private:
+    void WriteUnsure();
     [[nodiscard]] bool Mark(std::string_view localId);
     [[nodiscard]] bool MarkSentIn(std::string_view folder, std::string_view localId);
     void WriteLastAccess(const std::string& folder);
@@ -60,6 +60,7 @@ class SessionRecords final : public comm::SessionPartners {
     std::vector<std::string> unmarkedMails_;  ///< those of them that could not be marked
     std::vector<std::string> placesRead_;     ///< folder names whose last access is not written yet
     std::vector<int> downloadsDone_;          ///< record numbers in the folder "Download"
+    std::vector<std::string> unsure_;         ///< what "Unsure.tmp" holds
     int unmarked_ = 0;
 };
 

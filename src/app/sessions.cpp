@@ -50,8 +50,11 @@ int Sessions::Begin(Start start, const std::string& device, const comm::ScriptLi
 
 /// The program was killed while a mail went out or before it was marked. It is still reserved, and the person decides whether it may come twice.
 void Sessions::TellUnsure() {
-    const std::string localId = records_.TakeUnsure();
-    if (localId.empty()) return;
+    for (const std::string& localId : records_.TakeUnsure())
+        TellUnsure(localId);
+}
+
+void Sessions::TellUnsure(const std::string& localId) {
     core::LogError(*workspace_, "session: " + localId +
                                     " went out in an earlier session, which ended before it was marked");
     const std::string outbox = active_.Outbox();

@@ -88,6 +88,7 @@ class Sessions {
     [[nodiscard]] int TakeLock(SessionLock& lock);
     [[nodiscard]] int RefuseWhileRunning();
     void TellUnsure();
+    void TellUnsure(const std::string& localId);
     [[nodiscard]] int PrepareQueue(Start& start);
     [[nodiscard]] int AnalyseLeftOvers();
     void AnalyseCaptures();

@@ -333,6 +333,22 @@ TEST_F(SentMails, AreMarkedInTheOutgoingFolder) {
     EXPECT_EQ(active.Inbox(), "Inbox");
 }
 
+TEST_F(SentMails, AreUnsureUntilTheyAreMarked) {
+    const std::string first = running.Compose("Out2", "A", true);
+    core::Workspace elsewhere(disk, "/mail");
+    core::WorkspaceLock lock;
+    ASSERT_EQ(elsewhere.CreateDirectory("BMTEMP.$$$"), 0);
+    ASSERT_EQ(elsewhere.Lock(false, lock), 0);
+    records.MailGoesOut(first);
+    records.MarkMailSent(first);  // has to wait for the lock
+    records.MailGoesOut("second");
+    lock = {};
+    EXPECT_EQ(*disk.Get("/mail/BMTEMP.$$$/Unsure.tmp"), first + "\r\nsecond\r\n");
+    records.WriteWaiting(SessionRecords::Waiting::No);
+    EXPECT_EQ(records.TakeUnsure(), Text("second"));
+    EXPECT_TRUE(records.TakeUnsure().empty());
+}
+
 TEST_F(SentMails, OneThatCannotBeMarkedOrIsNotConfirmedIsTold) {
     comm::ScriptLines lines;
     int number = 0;
