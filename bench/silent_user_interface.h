@@ -17,6 +17,7 @@ class SilentUserInterface final : public core::UserInterface {
     void SetProgress(std::uint64_t, std::uint64_t) override {}
     void PlaySoundFile(std::string_view) override {}
     void AppendMonitorText(std::string_view) override {}
+    void ReplaceMonitorText(std::string_view) override {}
     void PumpMessages() override {}
     void RedrawMainWindow() override {}
 };

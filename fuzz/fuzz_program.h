@@ -91,6 +91,7 @@ class AgreeingUserInterface final : public core::UserInterface {
     void SetProgress(std::uint64_t, std::uint64_t) override {}
     void PlaySoundFile(std::string_view) override {}
     void AppendMonitorText(std::string_view) override {}
+    void ReplaceMonitorText(std::string_view) override {}
     void PumpMessages() override {}
     void RedrawMainWindow() override {}
 

@@ -75,11 +75,14 @@ void Sessions::TellUnsure(const std::string& localId) {
 
 /// Changes `start` where there is nothing to send.
 int Sessions::PrepareQueue(Start& start) {
+    uploadBytes_ = 0;
     if (start == Start::ReceiveOnly) return 0;
     outgoing::SendQueue queue;
     if (outgoing::BuildSendQueue(*mailbox_, *settings_, active_.Outbox(), outgoing::PostOrder::Ascending,
-                                 queue) == 0)
+                                 queue) == 0) {
+        uploadBytes_ = queue.uploadBytes;
         return 0;
+    }
     if (queue.refused) return -1;
     ui_->SetStatusText(core::Choose(*ui_, "受信だけを行います。"_sjis, "Receiving only."));
     start = Start::ReceiveOnly;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -70,6 +71,13 @@ class Sessions {
     /// just beginning it.
     [[nodiscard]] bool RunElsewhere() const;
 
+    /// How far the upload of the session is.
+    struct Upload {
+        std::uint64_t sentBytes = 0;   ///< of message files
+        std::uint64_t totalBytes = 0;  ///< about what they have together; 0 where nothing is sent
+    };
+    [[nodiscard]] Upload upload() const { return {session_.bytesSent(), uploadBytes_}; }
+
     /// Why the line could not be opened, a negated errno value; 0 where that was not the reason.
     [[nodiscard]] int lineError() { return session_.line().error(); }
 
@@ -109,6 +117,7 @@ class Sessions {
     SessionLock lock_;  ///< while a session runs
     bool ending_ = false;
     Yield yield_;
+    std::uint64_t uploadBytes_ = 0;
 };
 
 }  // namespace postkite::app

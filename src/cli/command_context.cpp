@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <ostream>
 
+#include "app/surroundings.h"
 #include "cli/application.h"
 #include "core/error_text.h"
 #include "core/positional_file.h"
@@ -24,27 +25,7 @@ Session::Session(core::FileSystem& fileSystem, const std::filesystem::path& dire
 }
 
 CommandContext::CommandContext(core::FileSystem& fileSystem, Console& console)
-    : fileSystem_(&fileSystem), console_(&console), language_(LanguageOf(console)) {
-}
-
-std::optional<std::filesystem::path> CommandContext::WorkingDirectory() const {
-    if (directory) return *directory;
-    if (const auto set = console_->variable("POSTKITE_DIR")) return *set;
-    // Whoever defines XDG_DATA_HOME says that a relative path there counts as none.
-    const auto data = console_->variable("XDG_DATA_HOME");
-    if (data && std::filesystem::path(*data).is_absolute()) return std::filesystem::path(*data) / "postkite";
-    const auto home = console_->variable("HOME");
-    if (!home || !std::filesystem::path(*home).is_absolute()) return std::nullopt;
-    return std::filesystem::path(*home) / ".local" / "share" / "postkite";
-}
-
-std::optional<std::filesystem::path> CommandContext::StateDirectory() const {
-    const auto state = console_->variable("XDG_STATE_HOME");
-    if (state && std::filesystem::path(*state).is_absolute())
-        return std::filesystem::path(*state) / "postkite";
-    const auto home = console_->variable("HOME");
-    if (!home || !std::filesystem::path(*home).is_absolute()) return std::nullopt;
-    return std::filesystem::path(*home) / ".local" / "state" / "postkite";
+    : fileSystem_(&fileSystem), console_(&console), language_(app::LanguageOf(console.variable)) {
 }
 
 std::unique_ptr<Session> CommandContext::NewSession(const std::filesystem::path& path,
@@ -53,29 +34,26 @@ std::unique_ptr<Session> CommandContext::NewSession(const std::filesystem::path&
 }
 
 std::unique_ptr<Session> CommandContext::OpenDirectory() {
-    const auto path = WorkingDirectory();
+    const auto path = directory ? std::make_optional<std::filesystem::path>(*directory)
+                                : app::WorkingDirectory(console_->variable);
     if (!path) {
         static_cast<void>(Refuse({"作業ディレクトリが決まりません。--dir で指定してください。",
                                   "There is no working directory; name one with --dir."}));
         return nullptr;
     }
-    auto session = NewSession(*path, StateDirectory().value_or(*path));
-    const int prepared = session->workspace.Prepare();
-    core::EntryKind kind{};
-    const int inspected = fileSystem_->Inspect(*path, kind);
-    // Where the directory is there but nothing can be made in it, it can still be read.
-    if (inspected < 0 || kind != core::EntryKind::Directory) {
-        const int reason = inspected < 0 ? inspected : prepared < 0 ? prepared : -ENOTDIR;
+    auto session = NewSession(*path, app::StateDirectory(console_->variable).value_or(*path));
+    const app::OpenedDirectory opened = app::OpenWorkingDirectory(session->workspace, *fileSystem_);
+    if (opened.result < 0) {
         static_cast<void>(Refuse(
             {"作業ディレクトリ {} を使用できません。（{}）", "The working directory {} cannot be used: {}."},
-            path->string(), Utf8Bytes(core::DescribeError(reason, language_))));
+            path->string(), Utf8Bytes(core::DescribeError(opened.result, language_))));
         return nullptr;
     }
-    const auto spellings = session->workspace.SpellingsOf("Setting");
-    if (spellings.size() > 1) {
+    if (!opened.settingDirectories.empty()) {
         std::string names;
-        for (const std::string& spelling : spellings) {
-            names += (names.empty() ? "" : ", ") + Utf8Bytes(spelling);
+        for (const std::u8string& spelling : opened.settingDirectories) {
+            if (!names.empty()) names += ", ";
+            names.append(spelling.begin(), spelling.end());
         }
         static_cast<void>(
             Refuse({"設定のディレクトリがいくつもあります。一つだけ残してください。（{}）",

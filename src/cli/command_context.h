@@ -113,8 +113,6 @@ class CommandContext {
   private:
     void Say(std::string_view text);
     [[nodiscard]] int RefuseWith(std::string_view text);
-    [[nodiscard]] std::optional<std::filesystem::path> WorkingDirectory() const;
-    [[nodiscard]] std::optional<std::filesystem::path> StateDirectory() const;
     [[nodiscard]] static int ReadStream(const std::string& file, std::string& bytes);
     [[nodiscard]] std::unique_ptr<Session> OpenDirectory();
 

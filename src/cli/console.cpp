@@ -4,9 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
 
+#include "app/surroundings.h"
 #include "core/shift_jis.h"
 
 namespace postkite::cli {
@@ -44,11 +44,7 @@ Console SystemConsole() {
             std::cerr,
             isatty(STDIN_FILENO) == 1,
             isatty(STDERR_FILENO) == 1,
-            [](const char* name) -> std::optional<std::string> {
-                const char* value = std::getenv(name);
-                if (value == nullptr || *value == '\0') return std::nullopt;
-                return value;
-            },
+            app::ReadVariable,
             [] {
                 pollfd err{STDERR_FILENO, POLLOUT, 0};
                 return poll(&err, 1, 0) > 0;

@@ -4,13 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "cli/console.h"
 #include "core/user_interface.h"
 
 namespace postkite::cli {
-
-/// English for people who have set another language than Japanese, else Japanese.
-[[nodiscard]] core::Language LanguageOf(const Console& console);
 
 /// A text of the terminal programs in both languages, UTF-8.
 struct Bilingual {

@@ -33,6 +33,8 @@ class TerminalUserInterface final : public core::UserInterface {
     void SetProgress(std::uint64_t position, std::uint64_t total) override;
     void PlaySoundFile(std::string_view fileName) override;
     void AppendMonitorText(std::string_view text) override;
+    /// Nothing: what a terminal has shown stays.
+    void ReplaceMonitorText(std::string_view) override {}
     void PumpMessages() override;
     void RedrawMainWindow() override;
 

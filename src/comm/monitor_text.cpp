@@ -31,6 +31,7 @@ void MonitorText::AppendMonitor(std::string_view text) {
     }
     if (text_.size() > kBytesBeforeHalving) {
         text_.erase(0, core::CutToBytes(text_, text_.size() / 2).size());
+        ui_->ReplaceMonitorText(text_);
     }
     if (working_.empty()) return;
     text_ += working_;
@@ -40,6 +41,7 @@ void MonitorText::AppendMonitor(std::string_view text) {
 void MonitorText::ClearMonitor() {
     text_.clear();
     pendingLeadByte_ = 0;
+    if (settings_->monitorWindow != 0) ui_->ReplaceMonitorText({});
 }
 
 }  // namespace postkite::comm

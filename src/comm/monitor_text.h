@@ -9,7 +9,8 @@
 namespace postkite::comm {
 
 /// What the monitor shows of the line, in whole characters. Borrows the settings, whose "MONITER WINDOW" 0
-/// keeps the monitor empty, and the user interface, which is given each new piece.
+/// keeps the monitor empty, and the user interface, which is given each new piece, and the whole text when it was
+/// cleared or halved.
 class MonitorText {
   public:
     static constexpr std::size_t kBytesBeforeHalving = 30'000;

@@ -44,6 +44,9 @@ class UserInterface {
     /// Text that came over the line, for the monitor. Never ends within a character.
     virtual void AppendMonitorText(std::string_view text) = 0;
 
+    /// The monitor's text from now on, in place of all that it had: it was cleared, or its first half went.
+    virtual void ReplaceMonitorText(std::string_view text) = 0;
+
     /// Lets the windows handle what waits for them, so that they stay alive during long work.
     virtual void PumpMessages() = 0;
 

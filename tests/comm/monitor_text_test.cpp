@@ -41,7 +41,7 @@ TEST_F(MonitorTextTest, ClearingForgetsTheHalfCharacter) {
     EXPECT_EQ(monitor_.text(), "A");
     settings_.monitorWindow = 0;
     monitor_.AppendMonitor("more");
-    EXPECT_EQ(ui_.monitorText, "aA") << "the monitor is switched off";
+    EXPECT_EQ(ui_.monitorText, "A") << "what was before is cleared, and the monitor is switched off now";
 }
 
 TEST_F(MonitorTextTest, TheFirstHalfGoesWhenThereIsTooMuch) {
@@ -57,6 +57,7 @@ TEST_F(MonitorTextTest, TheFirstHalfGoesWhenThereIsTooMuch) {
     EXPECT_EQ(monitor_.text().size(), 15'004U);
     EXPECT_EQ(monitor_.text().substr(0, 2), "ア"_sjis);
     EXPECT_TRUE(monitor_.text().ends_with("\nアend"_sjis));
+    EXPECT_EQ(ui_.monitorText, monitor_.text());
     // Where the half ends within a character, that character stays whole.
     monitor_.ClearMonitor();
     monitor_.AppendMonitor("x" + std::string(30'001, '\x83'));

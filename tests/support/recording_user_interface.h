@@ -53,6 +53,7 @@ class RecordingUserInterface final : public core::UserInterface {
     }
     void PlaySoundFile(std::string_view fileName) override { sounds.emplace_back(fileName); }
     void AppendMonitorText(std::string_view text) override { monitorText += text; }
+    void ReplaceMonitorText(std::string_view text) override { monitorText = text; }
     void PumpMessages() override { ++pumps; }
     void RedrawMainWindow() override { ++redraws; }
 
