@@ -30,6 +30,10 @@ bool Accept(store::FolderTree& tree, SortingRule& rule) {
     return store::Mailbox::IsUsableName(rule.folder);
 }
 
+bool HasBit(const SortingRule& rule, int mask) {
+    return ((mask & kEnabledRules) != 0 && rule.enabled) || ((mask & kAutomaticRules) != 0 && rule.automatic);
+}
+
 void ReportUnreadable(core::UserInterface& ui, int error) {
     const bool japanese = ui.language() == core::Language::Japanese;
     std::string text(kRuleFile);
@@ -108,7 +112,8 @@ std::vector<RuleTable::Searched> RuleTable::SearchedBy(std::string_view field) {
     return {Body};
 }
 
-void RuleTable::PrepareSearch(LetterCase letterCase) {
+void RuleTable::PrepareSearch(const core::Settings& settings) {
+    const LetterCase letterCase = settings.distinguishCase == 0 ? LetterCase::Ignored : LetterCase::Counts;
     std::array<std::vector<PatternSet::Pattern>, kSearchedTexts> patterns;
     for (std::size_t place = 0; place < rules_.size(); ++place) {
         for (const Searched searched : SearchedBy(rules_[place].rule.field))
@@ -118,31 +123,43 @@ void RuleTable::PrepareSearch(LetterCase letterCase) {
         patterns_[searched] = PatternSet(patterns[searched], letterCase);
 }
 
+bool RuleTable::AddIfItCanWork(store::FolderTree& tree, int number, const SortingRule& rule) {
+    SortingRule accepted = rule;
+    if (Accept(tree, accepted)) rules_.push_back({number, std::move(accepted)});
+    return rules_.size() < kMostRules;
+}
+
 int RuleTable::Load(store::Folders& folders, const core::Settings& settings,
                     const std::function<bool(int number, const SortingRule&)>& wanted) {
     rules_.clear();
     folders.WriteFolderList();
     int number = 0;
     const int read = VisitRules(folders.workspace(), [&](const SortingRule& rule) {
-        SortingRule accepted = rule;
-        if (wanted(number, rule) && Accept(folders.tree(), accepted))
-            rules_.push_back({number, std::move(accepted)});
-        ++number;
-        return rules_.size() < kMostRules;
+        const int itsNumber = number++;
+        return !wanted(itsNumber, rule) || AddIfItCanWork(folders.tree(), itsNumber, rule);
     });
     if (read < 0) {
         rules_.clear();
         ReportUnreadable(folders.ui(), read);
     }
-    PrepareSearch(settings.distinguishCase == 0 ? LetterCase::Ignored : LetterCase::Counts);
+    PrepareSearch(settings);
     return read < 0 ? -1 : 0;
 }
 
 int RuleTable::LoadRules(store::Folders& folders, const core::Settings& settings, int mask) {
-    return Load(folders, settings, [mask](int, const SortingRule& rule) {
-        return ((mask & kEnabledRules) != 0 && rule.enabled) ||
-               ((mask & kAutomaticRules) != 0 && rule.automatic);
-    });
+    return Load(folders, settings, [mask](int, const SortingRule& rule) { return HasBit(rule, mask); });
+}
+
+void RuleTable::TakeRules(store::Folders& folders, const core::Settings& settings,
+                          std::span<const SortingRule> rules, int mask) {
+    rules_.clear();
+    folders.WriteFolderList();
+    int number = 0;
+    for (const SortingRule& rule : rules) {
+        if (HasBit(rule, mask) && !AddIfItCanWork(folders.tree(), number, rule)) break;
+        ++number;
+    }
+    PrepareSearch(settings);
 }
 
 int RuleTable::LoadSingleRule(store::Folders& folders, const core::Settings& settings, int number) {

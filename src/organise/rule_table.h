@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,6 +45,11 @@ class RuleTable {
     /// such rule or it cannot work; the table is empty then.
     [[nodiscard]] int LoadSingleRule(store::Folders& folders, const core::Settings& settings, int number);
 
+    /// As `LoadRules`, with these in the place of the file's, which is not looked at: what rules would do before they
+    /// are saved.
+    void TakeRules(store::Folders& folders, const core::Settings& settings,
+                   std::span<const SortingRule> rules, int mask);
+
     [[nodiscard]] const std::vector<LoadedRule>& rules() const { return rules_; }
 
     /// How many bytes of a body the rules look at, at most. A record that is tried may hold no more of it.
@@ -70,7 +77,9 @@ class RuleTable {
 
     [[nodiscard]] int Load(store::Folders& folders, const core::Settings& settings,
                            const std::function<bool(int number, const SortingRule&)>& wanted);
-    void PrepareSearch(LetterCase letterCase);
+    /// Whether there is room for further rules.
+    bool AddIfItCanWork(store::FolderTree& tree, int number, const SortingRule& rule);
+    void PrepareSearch(const core::Settings& settings);
     [[nodiscard]] static std::vector<Searched> SearchedBy(std::string_view field);
 
     std::vector<LoadedRule> rules_;

@@ -48,6 +48,22 @@ TEST_F(RuleTableTest, LoadsWhatCanWork) {
     EXPECT_EQ(program.rules.rules()[0].rule.field, "Subject:");
     EXPECT_EQ(program.rules.rules()[0].rule.folder, "Work#97") << "as the tree spells it";
 
+    std::vector<SortingRule> unsaved;
+    EXPECT_EQ(ReadRules(program.folders.workspace(), unsaved), 0);
+    unsaved.insert(unsaved.begin(), {.name = "new", .field = "Cc:", .text = "a", .folder = "Work"});
+    unsaved[6].enabled = false;
+    program.rules.TakeRules(program.folders, program.settings, unsaved, kEnabledRules);
+    std::vector<int> taken;
+    for (const RuleTable::LoadedRule& rule : program.rules.rules())
+        taken.push_back(rule.number);
+    EXPECT_EQ(taken, (Numbers{0, 7, 12, 14})) << "of the list, whatever the file says";
+    EXPECT_EQ(disk.Get(kRulePath), parts);
+    MailRecord mail;
+    mail.cc = "Aya";
+    std::string target;
+    EXPECT_EQ(program.rules.FindRuleTarget(mail, target), 0);
+    EXPECT_EQ(target, "Work");
+
     EXPECT_EQ(program.rules.LoadSingleRule(program.folders, program.settings, 6), 0);
     EXPECT_EQ(program.rules.rules()[0].number, 6);
     for (const int number : {0, 8, 14, -1}) {

@@ -1,0 +1,50 @@
+#include "ui/dialogs/text_field.h"
+
+#include <QCoreApplication>
+#include <QRegularExpression>
+
+#include "core/positional_file.h"
+#include "ui/text.h"
+
+namespace postkite::ui {
+
+TextField::TextField(std::size_t longest, QWidget* parent) : QLineEdit(parent), longest_(longest) {
+}
+
+void TextField::SetBytes(std::string_view bytes) {
+    bytes_ = bytes;
+    setText(Shown(bytes));
+    // As the widget has it: it may have changed or cut what it was given.
+    shown_ = text();
+    setCursorPosition(0);
+}
+
+QString TextField::Take(const QString& name, std::string& bytes) const {
+    if (!isChanged()) {
+        bytes = bytes_;
+        return {};
+    }
+    QString refused;
+    const auto typed = Typed(text(), &refused);
+    if (!typed) return tr("「%1」には文字「%2」を使えません。").arg(name, refused);
+    if (!core::FitsInLine(*typed)) return tr("「%1」には改行などの制御文字を使えません。").arg(name);
+    if (typed->size() > longest_) {
+        return tr("「%1」は %2 バイトまでです。（全角文字は 2 バイト）").arg(name).arg(longest_);
+    }
+    bytes = *typed;
+    return {};
+}
+
+QString WithAccessKey(const QString& label, QChar key) {
+    //: %1: label, %2: the letter of its access key
+    return QCoreApplication::translate("AccessKeys", "%1(&%2)").arg(label, QString(key));
+}
+
+QString WithoutAccessKey(const QString& label) {
+    static const QRegularExpression kJapanese(QStringLiteral("\\s*\\(&.\\)"));
+    static const QRegularExpression kOther(QStringLiteral("&(.)"));
+    QString plain = label;
+    return plain.remove(kJapanese).replace(kOther, QStringLiteral("\\1"));
+}
+
+}  // namespace postkite::ui
