@@ -10,11 +10,14 @@ fi
 
 directory=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$directory"' EXIT
-export QT_QPA_PLATFORM=xcb LANG=ja_JP.UTF-8 POSTKITE_DIR=$directory/mail XDG_STATE_HOME=$directory/state
+export QT_QPA_PLATFORM=xcb LANG=C.UTF-8 POSTKITE_DIR=$directory/mail XDG_STATE_HOME=$directory/state
 unset LC_ALL LC_MESSAGES
+mkdir -m 700 "$directory/run"
+export XDG_RUNTIME_DIR=$directory/run
 
 fail() {
     echo "desktop_test: $*" >&2
+    cat "$directory/errors" >&2 2>/dev/null || true
     exit 1
 }
 
@@ -27,20 +30,25 @@ wait_for() {
     fail "this did not come: $*"
 }
 
+# The keyboard is with a window of the program.
+is_active() { [[ "$(xdotool getactivewindow getwindowname)" == *Postkite* ]]; }
+
 start() {
     "$desktop" "$@" 2>"$directory/errors" &
     program=$!
-    wait_for xdotool search --onlyvisible --name "Postkite"
-    window=$(xdotool search --onlyvisible --name "Postkite" | tail -1)
-    xdotool windowfocus --sync "$window" 2>/dev/null || true
+    wait_for is_active
 }
 
 gone() { ! kill -0 "$program" 2>/dev/null; }
 
+# A window that comes before the window manager never gets the keyboard.
+openbox --startup "touch $directory/managed" >/dev/null 2>&1 &
+wait_for [ -e "$directory/managed" ]
+
 # A first start in an empty directory; the key that ends the program writes the settings.
 start
 [ ! -e "$POSTKITE_DIR/Setting/setting.ini" ] || fail "the settings were written before the end"
-xdotool key --window "$window" alt+x
+xdotool key alt+x
 wait_for gone
 wait "$program" || fail "the end by key: exit status $?"
 [ "$(wc -l <"$POSTKITE_DIR/Setting/setting.ini")" -eq 202 ] || fail "the settings were not written"
@@ -55,10 +63,8 @@ wait "$program" || fail "the end by signal: exit status $?"
 
 # What cannot be worked in ends with a box and status 1.
 echo "a file" >"$directory/file"
-"$desktop" --dir "$directory/file" 2>"$directory/errors" &
-program=$!
-wait_for xdotool search --onlyvisible --name "Postkite"
-xdotool key --window "$(xdotool search --onlyvisible --name "Postkite" | tail -1)" Return
+start --dir "$directory/file"
+xdotool key Return
 wait_for gone
 status=0
 wait "$program" || status=$?

@@ -36,8 +36,7 @@ AboutDialog::AboutDialog(QWidget* parent) : QDialog(parent) {
         tr("電話回線のホストのためのメールソフトです。モデムでホストに接続してメールとフォーラムの発言を受け"
            "取り、"
            "手元のフォルダに整理します。");
-    text += QStringLiteral("\n\n") +
-            tr("このソフトウェアは無保証です。使用条件は配布物に含まれる文書を参照してください。");
+    text += QStringLiteral("\n\n") + tr("このソフトウェアは無保証です。");
     auto* description = new QLabel(text, this);
     description->setTextFormat(Qt::PlainText);
     description->setWordWrap(true);

@@ -1,12 +1,16 @@
 #include "ui/dialogs/settings_page.h"
 
+#include <QAbstractSpinBox>
 #include <QCoreApplication>
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QLabel>
+#include <QLineEdit>
+#include <QScrollBar>
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "ui/dialogs/dialog_sizes.h"
 #include "ui/dialogs/text_field.h"
 
 namespace postkite::ui {
@@ -15,6 +19,8 @@ namespace {
 
 /// Those that the dialog itself has are missing: C and O of its buttons, F and L.
 constexpr QStringView kAccessKeys = u"ABDEGHIJKMNPQRSTUVWXYZ1234567890";
+
+constexpr int kNarrowestLine = 24;
 
 bool HasAll(const QString& text, const QStringList& words) {
     return std::all_of(words.begin(), words.end(), [&text](const QString& word) {
@@ -39,6 +45,8 @@ SettingsPage::SettingsPage(const SettingPage& page, Desktop& desktop, QWidget* p
     }
     column->addStretch();
     setWidget(content);
+    // It scrolls up and down alone.
+    setMinimumWidth(content->minimumSizeHint().width() + verticalScrollBar()->sizeHint().width());
 }
 
 void SettingsPage::AddGroup(QVBoxLayout& column, QWidget* widget, std::span<const SettingRow> rows,
@@ -54,6 +62,10 @@ void SettingsPage::AddGroup(QVBoxLayout& column, QWidget* widget, std::span<cons
         if (editor->hasOwnLabel()) {
             form->addRow(editor);
         } else {
+            // Beside a long label a line to type in would become narrower than what is typed there; it goes below.
+            if (editor->findChild<QLineEdit*>() != nullptr &&
+                editor->findChild<QAbstractSpinBox*>() == nullptr)
+                editor->setMinimumWidth(LettersWidth(*this, kNarrowestLine));
             auto* label = new QLabel(WithAccessKey(LabelOf(row), key), widget);
             label->setBuddy(editor);
             form->addRow(label, editor);

@@ -965,8 +965,8 @@
         <translation>A mail program for hosts on the telephone line. It connects to a host by modem, receives mail and forum messages, and sorts them into folders on this computer.</translation>
     </message>
     <message>
-        <source>このソフトウェアは無保証です。使用条件は配布物に含まれる文書を参照してください。</source>
-        <translation>This software comes without warranty. For the terms of use, see the documents that come with it.</translation>
+        <source>このソフトウェアは無保証です。</source>
+        <translation>This software comes without any warranty.</translation>
     </message>
 </context>
 <context>

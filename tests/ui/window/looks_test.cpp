@@ -4,14 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
+#include <QAbstractSpinBox>
 #include <QApplication>
 #include <QDialog>
 #include <QDir>
 #include <QLabel>
 #include <QLayout>
+#include <QLibraryInfo>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPalette>
 #include <QScreen>
+#include <QScrollBar>
 #include <QStyleFactory>
 #include <QTest>
 #include <QTranslator>
@@ -69,14 +73,16 @@ class LooksTest : public DesktopTest, public ::testing::WithParamInterface<Look>
         font.setPointSizeF(font.pointSizeF() * GetParam().fontScale);
         QApplication::setFont(font);
         if (GetParam().dark) QApplication::setPalette(DarkPalette());
-        if (GetParam().english) {
-            EXPECT_TRUE(english_.load(QStringLiteral(":/i18n/postkite_en.qm")));
-            QApplication::installTranslator(&english_);
-        }
+        EXPECT_TRUE(GetParam().english
+                        ? translator_.load(QStringLiteral(":/i18n/postkite_en.qm"))
+                        : translator_.load(QLocale(QLocale::Japanese), QStringLiteral("qtbase"),
+                                           QStringLiteral("_"),
+                                           QLibraryInfo::path(QLibraryInfo::TranslationsPath)));
+        QApplication::installTranslator(&translator_);
         FillMailbox();
     }
     ~LooksTest() override {
-        QApplication::removeTranslator(&english_);
+        QApplication::removeTranslator(&translator_);
         QApplication::setPalette(palette_);
         QApplication::setFont(font_);
     }
@@ -103,7 +109,9 @@ class LooksTest : public DesktopTest, public ::testing::WithParamInterface<Look>
     }
 
     static void Check(QWidget& window, const char* name) {
-        QApplication::processEvents();
+        // The counts of unread mail are read while nothing else is done.
+        for (int round = 0; round < 20; ++round)
+            QApplication::processEvents();
         const QRect screen = window.screen()->availableGeometry();
         EXPECT_LE(window.width(), screen.width()) << name;
         EXPECT_LE(window.height(), screen.height()) << name;
@@ -131,6 +139,15 @@ class LooksTest : public DesktopTest, public ::testing::WithParamInterface<Look>
         if (label != nullptr && label->wordWrap()) {
             EXPECT_GE(widget.height(), label->heightForWidth(widget.width()))
                 << name << ": " << text.toStdString();
+        }
+        if (const auto* line = qobject_cast<const QLineEdit*>(&widget);
+            line != nullptr && qobject_cast<const QAbstractSpinBox*>(line->parentWidget()) == nullptr) {
+            EXPECT_GE(widget.width(), 3 * widget.fontMetrics().averageCharWidth())
+                << name << ": no room to type";
+        }
+        if (const auto* area = qobject_cast<const QAbstractScrollArea*>(&widget);
+            area != nullptr && area->inherits("postkite::ui::SettingsPage")) {
+            EXPECT_FALSE(area->horizontalScrollBar()->isVisible()) << name << ": scrolls sideways";
         }
         if (widget.layout() == nullptr) return;
         const QLayout& layout = *widget.layout();
@@ -165,7 +182,7 @@ class LooksTest : public DesktopTest, public ::testing::WithParamInterface<Look>
 
     QFont font_;
     QPalette palette_;
-    QTranslator english_;
+    QTranslator translator_;
 };
 
 TEST_P(LooksTest, NothingIsCutOffOrOverlaps) {
@@ -173,7 +190,7 @@ TEST_P(LooksTest, NothingIsCutOffOrOverlaps) {
     program_->settings().mailWindowHeight = 740;
     MainWindow window(*desktop_);
     window.show();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
     auto* folders = window.findChild<FolderTreeView*>();
     folders->expandAll();
     window.findChild<MailListView*>()->Choose(0);
