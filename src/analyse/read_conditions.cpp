@@ -134,6 +134,18 @@ int WriteReadCondition(core::Workspace& workspace, std::string_view folder, cons
     return Replace(workspace, folder, std::string(kConditionKey) + condition.condition, condition.lastAccess);
 }
 
+int CreateReadCondition(core::Workspace& workspace, std::string_view folder) {
+    const std::string file = FileOf(folder);
+    if (file.empty()) return -EINVAL;
+    core::WorkspaceLock lock;
+    int result = workspace.Lock(true, lock);
+    ReadCondition known;
+    if (result == 0) result = ReadReadCondition(workspace, folder, known);
+    if (result < 0 || known.hasFile) return result;
+    return workspace.Replace(file,
+                             std::string(kConditionKey) + std::string(kNotRead) + std::string(kLineEnd));
+}
+
 bool IsAccessDate(std::string_view text) {
     constexpr std::string_view kForm = "00/00/00";
     return text.size() == kForm.size() &&

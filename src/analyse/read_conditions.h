@@ -53,6 +53,10 @@ struct ForumPlace {
 [[nodiscard]] int WriteReadCondition(core::Workspace& workspace, std::string_view folder,
                                      const ReadCondition& condition);
 
+/// Gives a place that has no file the one that says "notread", without a date. Nothing where there is one. Returns 0 or
+/// a negated errno value, -EINVAL for a folder that has no file. Takes the lock.
+[[nodiscard]] int CreateReadCondition(core::Workspace& workspace, std::string_view folder);
+
 /// Two digits, "/", two digits, "/", two digits.
 [[nodiscard]] bool IsAccessDate(std::string_view text);
 

@@ -1,5 +1,7 @@
 #include "ui/text.h"
 
+#include <QDir>
+
 #include "core/shift_jis.h"
 
 namespace postkite::ui {
@@ -62,6 +64,12 @@ std::optional<std::string> Typed(const QString& text, QString* refused) {
 
 QString ShownPath(const std::u8string& path) {
     return FromUtf8(path);
+}
+
+QString PathForSetting(const QString& path, const QString& workingDirectory) {
+    const QString relative = QDir(workingDirectory).relativeFilePath(path);
+    if (relative.startsWith(QStringLiteral("..")) || QDir::isAbsolutePath(relative)) return path;
+    return QString(relative).replace(u'/', u'\\');
 }
 
 }  // namespace postkite::ui

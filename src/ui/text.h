@@ -22,4 +22,8 @@ namespace postkite::ui {
 /// A file's path as people see it.
 [[nodiscard]] QString ShownPath(const std::u8string& path);
 
+/// How settings and properties name a path of the system: from the working directory on, with "\" between the
+/// components, where it lies in there; as it is otherwise.
+[[nodiscard]] QString PathForSetting(const QString& path, const QString& workingDirectory);
+
 }  // namespace postkite::ui

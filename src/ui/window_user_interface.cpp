@@ -61,6 +61,7 @@ void WindowUserInterface::SetSurroundings(const core::Workspace& workspace, cons
 
 bool WindowUserInterface::ShowBox(const QString& caption, const QString& text, core::MessageIcon icon,
                                   bool question) {
+    if (unattended_) return false;
     QMessageBox box(QApplication::activeWindow());
     box.setWindowTitle(caption);
     box.setTextFormat(Qt::PlainText);

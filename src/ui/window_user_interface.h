@@ -27,6 +27,9 @@ class WindowUserInterface final : public QObject, public core::UserInterface {
     /// True while the engine is in the middle of something: it pumps messages, or shows a box of its own.
     [[nodiscard]] bool busy() const { return engineCalls_ > 0; }
 
+    /// From now on nobody is there: no box comes up, and every question is answered with Cancel. For a system that ends.
+    void StopAsking() { unattended_ = true; }
+
     /// A box with OK, UTF-16; the caption is the product's name. Not an engine call: `busy` stays false.
     void Tell(const QString& text, core::MessageIcon icon = core::MessageIcon::Information);
     /// OK and Cancel; true for OK.
@@ -66,6 +69,7 @@ class WindowUserInterface final : public QObject, public core::UserInterface {
     const core::Settings* settings_ = nullptr;
     std::unique_ptr<QSoundEffect> sound_;
     int engineCalls_ = 0;
+    bool unattended_ = false;
 };
 
 }  // namespace postkite::ui

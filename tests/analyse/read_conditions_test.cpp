@@ -94,6 +94,18 @@ TEST_F(ReadConditionsTest, TodayBecomesTheLastAccessAndTheFirstLineStays) {
     EXPECT_EQ(disk.Get(kPath), File("read", "\r\n"));
 }
 
+TEST_F(ReadConditionsTest, APlaceGetsItsFileOnce) {
+    disk.FailCall(4, -ENOSPC);
+    EXPECT_LT(CreateReadCondition(workspace, kRoom), 0);
+    EXPECT_FALSE(disk.Exists(kPath));
+    ASSERT_EQ(CreateReadCondition(workspace, kRoom), 0);
+    EXPECT_EQ(disk.Get(kPath), File("notread", "\r\n"));
+    disk.Put(kPath, File("perday", ""));
+    EXPECT_EQ(CreateReadCondition(workspace, kRoom), 0);
+    EXPECT_EQ(disk.Get(kPath), File("perday", ""));
+    EXPECT_EQ(CreateReadCondition(workspace, "Inbox"), -EINVAL);
+}
+
 TEST_F(ReadConditionsTest, NoOtherFileIsReached) {
     constexpr std::string_view kRefused[] = {
         "setting.ini",        "",           ",mes1",       "FABC",

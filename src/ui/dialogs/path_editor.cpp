@@ -1,6 +1,5 @@
 #include "ui/dialogs/path_editor.h"
 
-#include <QDir>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QPushButton>
@@ -10,12 +9,6 @@
 #include "ui/text.h"
 
 namespace postkite::ui {
-
-QString PathForSetting(const QString& path, const QString& workingDirectory) {
-    const QString relative = QDir(workingDirectory).relativeFilePath(path);
-    if (relative.startsWith(QStringLiteral("..")) || QDir::isAbsolutePath(relative)) return path;
-    return QString(relative).replace(u'/', u'\\');
-}
 
 PathEditor::PathEditor(const SettingRow& row, Desktop& desktop, QWidget* parent)
     : SettingEditor(row, parent),

@@ -24,8 +24,4 @@ class PathEditor final : public SettingEditor {
     TextField* field_;
 };
 
-/// How a setting names a path of the system: from the working directory on, with "\" between the components, where it
-/// lies in there; as it is otherwise.
-[[nodiscard]] QString PathForSetting(const QString& path, const QString& workingDirectory);
-
 }  // namespace postkite::ui

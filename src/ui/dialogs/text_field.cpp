@@ -8,31 +8,37 @@
 
 namespace postkite::ui {
 
-TextField::TextField(std::size_t longest, QWidget* parent) : QLineEdit(parent), longest_(longest) {
-}
-
-void TextField::SetBytes(std::string_view bytes) {
+void EditedText::Set(std::string_view bytes, const QString& shown) {
     bytes_ = bytes;
-    setText(Shown(bytes));
-    // As the widget has it: it may have changed or cut what it was given.
-    shown_ = text();
-    setCursorPosition(0);
+    shown_ = shown;
 }
 
-QString TextField::Take(const QString& name, std::string& bytes) const {
-    if (!isChanged()) {
+QString EditedText::Take(const QString& text, const QString& name, std::string& bytes) const {
+    if (!IsChanged(text)) {
         bytes = bytes_;
         return {};
     }
     QString refused;
-    const auto typed = Typed(text(), &refused);
-    if (!typed) return tr("「%1」には文字「%2」を使えません。").arg(name, refused);
-    if (!core::FitsInLine(*typed)) return tr("「%1」には改行などの制御文字を使えません。").arg(name);
+    const auto typed = Typed(text, &refused);
+    if (!typed) return TextField::tr("「%1」には文字「%2」を使えません。").arg(name, refused);
+    const bool fits =
+        lines_ == Lines::One ? core::FitsInLine(*typed) : typed->find('\0') == std::string::npos;
+    if (!fits) return TextField::tr("「%1」には改行などの制御文字を使えません。").arg(name);
     if (typed->size() > longest_) {
-        return tr("「%1」は %2 バイトまでです。（全角文字は 2 バイト）").arg(name).arg(longest_);
+        return TextField::tr("「%1」は %2 バイトまでです。（全角文字は 2 バイト）").arg(name).arg(longest_);
     }
     bytes = *typed;
     return {};
+}
+
+TextField::TextField(std::size_t longest, QWidget* parent)
+    : QLineEdit(parent), edited_(longest, EditedText::Lines::One) {
+}
+
+void TextField::SetBytes(std::string_view bytes) {
+    setText(Shown(bytes));
+    edited_.Set(bytes, text());
+    setCursorPosition(0);
 }
 
 QString WithAccessKey(const QString& label, QChar key) {

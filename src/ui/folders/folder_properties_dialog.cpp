@@ -1,26 +1,21 @@
 #include "ui/folders/folder_properties_dialog.h"
 
 #include <QDialogButtonBox>
-#include <QDir>
 #include <QFileDialog>
 #include <QGridLayout>
 #include <QLabel>
-#include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <filesystem>
 #include <utility>
 
 #include "core/error_text.h"
-#include "core/positional_file.h"
 #include "store/folder_tree.h"
 #include "ui/text.h"
 
 namespace postkite::ui {
 
 namespace {
-
-constexpr int kLongest = static_cast<int>(store::kLongestPropertyBytes);
 
 QString TitleOf(Desktop& desktop, const std::string& folder) {
     const std::size_t separator = folder.rfind(store::kBaseNameSeparator);
@@ -34,13 +29,6 @@ void TellFault(Desktop& desktop, int error) {
     desktop.ui.Tell(FolderPropertiesDialog::tr("フォルダのプロパティを扱えません。（%1）")
                         .arg(Shown(core::DescribeError(error, desktop.ui.language()))),
                     core::MessageIcon::Stop);
-}
-
-/// A path of the system as the program names it: from the working directory on where it lies in there.
-QString NameOfPath(const QString& path, const QString& workingDirectory) {
-    const QString name = QDir(workingDirectory).relativeFilePath(path);
-    if (name.startsWith(QStringLiteral("..")) || QDir::isAbsolutePath(name)) return path;
-    return QString(name).replace(u'/', u'\\');
 }
 
 QLabel* LabelOf(const QString& text, QWidget* widget) {
@@ -68,28 +56,13 @@ FolderPropertiesDialog::FolderPropertiesDialog(Desktop& desktop, std::string fol
     : QDialog(parent),
       desktop_(&desktop),
       folder_(std::move(folder)),
-      sound_(new QLineEdit(this)),
-      address_(new QLineEdit(this)),
+      sound_(new TextField(store::kLongestPropertyBytes, this)),
+      address_(new TextField(store::kLongestPropertyBytes, this)),
       template_(new QPlainTextEdit(this)) {
     setWindowTitle(TitleOf(desktop, folder_));
-    sound_->setText(Shown(properties.sound));
-    address_->setText(Shown(properties.defaultAddress));
-    for (QLineEdit* field : {sound_, address_}) {
-        field->setMaxLength(kLongest);
-        field->setCursorPosition(0);
-    }
-    template_->setPlainText(ShownLines(properties.replyTemplate));
-    template_->setTabChangesFocus(true);
-    template_->setLineWrapMode(QPlainTextEdit::NoWrap);
-    const QString placeholders =
-        tr("%D 日付、%F 差出人の行、%M メッセージ ID、%S 題名、%a アドレス、%n 名前に置き換わります。");
-    template_->setToolTip(placeholders);
-    template_->setAccessibleDescription(placeholders);
-    // As the widgets have them: they may have cut or changed what they were given.
-    soundText_ = {tr("サウンドファイル"), sound_, properties.sound, sound_->text()};
-    addressText_ = {tr("追加アドレスの初期値"), address_, properties.defaultAddress, address_->text()};
-    templateText_ = {tr("返信ヘッダのテンプレート"), template_, properties.replyTemplate,
-                     template_->toPlainText()};
+    sound_->SetBytes(properties.sound);
+    address_->SetBytes(properties.defaultAddress);
+    ShowTemplate(properties.replyTemplate);
 
     auto* reset = new QPushButton(tr("初期値に戻す(&R)"), this);
     reset->setAutoDefault(false);
@@ -111,6 +84,17 @@ FolderPropertiesDialog::FolderPropertiesDialog(Desktop& desktop, std::string fol
     layout->setRowStretch(5, 1);
     constexpr int kColumns = 60;
     setMinimumWidth(fontMetrics().horizontalAdvance(QString(kColumns, u'0')));
+}
+
+void FolderPropertiesDialog::ShowTemplate(const std::string& replyTemplate) {
+    template_->setPlainText(ShownLines(replyTemplate));
+    templateText_.Set(replyTemplate, template_->toPlainText());
+    template_->setTabChangesFocus(true);
+    template_->setLineWrapMode(QPlainTextEdit::NoWrap);
+    const QString placeholders =
+        tr("%D 日付、%F 差出人の行、%M メッセージ ID、%S 題名、%a アドレス、%n 名前に置き換わります。");
+    template_->setToolTip(placeholders);
+    template_->setAccessibleDescription(placeholders);
 }
 
 void FolderPropertiesDialog::AddSound(QGridLayout& layout) {
@@ -138,45 +122,32 @@ void FolderPropertiesDialog::Browse() {
         from = ShownPath(path.u8string());
     const QString picked =
         QFileDialog::getOpenFileName(this, tr("サウンドファイル"), from, tr("Wave File (*.wav *.WAV)"));
-    if (!picked.isEmpty()) sound_->setText(NameOfPath(picked, root));
+    if (!picked.isEmpty()) sound_->setText(PathForSetting(picked, root));
 }
 
 void FolderPropertiesDialog::Play() {
     std::string file;
-    if (Take(soundText_, sound_->text(), file)) desktop_->ui.PlaySoundFile(file);
+    if (TakeSound(file)) desktop_->ui.PlaySoundFile(file);
 }
 
-bool FolderPropertiesDialog::Take(const Text& text, const QString& typed, std::string& bytes) {
-    if (typed == text.shown) {
-        bytes = text.bytes;
-        return true;
-    }
-    QString refused;
-    const auto taken = Typed(typed, &refused);
-    QString why;
-    if (!taken) {
-        why = tr("「%1」には文字「%2」を使えません。").arg(text.label, refused);
-    } else if (taken->size() > store::kLongestPropertyBytes) {
-        why = tr("「%1」は %2 バイトまでです。（全角文字は 2 バイト）")
-                  .arg(text.label, QString::number(kLongest));
-    } else if (taken->find('\0') != std::string::npos ||
-               (text.widget != template_ && !core::FitsInLine(*taken))) {
-        why = tr("「%1」には改行などの制御文字を使えません。").arg(text.label);
-    }
-    if (why.isEmpty()) {
-        bytes = *taken;
-        return true;
-    }
-    desktop_->ui.Tell(why, core::MessageIcon::Warning);
-    text.widget->setFocus();
+bool FolderPropertiesDialog::Accepted(const QString& refusal, QWidget& field) {
+    if (refusal.isEmpty()) return true;
+    desktop_->ui.Tell(refusal, core::MessageIcon::Warning);
+    field.setFocus();
     return false;
+}
+
+bool FolderPropertiesDialog::TakeSound(std::string& sound) {
+    return Accepted(sound_->Take(tr("サウンドファイル"), sound), *sound_);
 }
 
 void FolderPropertiesDialog::accept() {
     store::FolderProperties properties;
-    if (!Take(soundText_, sound_->text(), properties.sound) ||
-        !Take(addressText_, address_->text(), properties.defaultAddress) ||
-        !Take(templateText_, template_->toPlainText(), properties.replyTemplate))
+    if (!TakeSound(properties.sound) ||
+        !Accepted(address_->Take(tr("追加アドレスの初期値"), properties.defaultAddress), *address_) ||
+        !Accepted(templateText_.Take(template_->toPlainText(), tr("返信ヘッダのテンプレート"),
+                                     properties.replyTemplate),
+                  *template_))
         return;
     const int result = store::WriteFolderProperties(desktop_->program.mailbox().FilesOf(folder_), properties);
     if (result < 0) {

@@ -5,9 +5,9 @@
 
 #include "store/folder_properties.h"
 #include "ui/desktop.h"
+#include "ui/dialogs/text_field.h"
 
 class QGridLayout;
-class QLineEdit;
 class QPlainTextEdit;
 
 namespace postkite::ui {
@@ -27,26 +27,20 @@ class FolderPropertiesDialog final : public QDialog {
     void accept() override;
 
   private:
-    /// A text that keeps its bytes where nobody changed it: not all that files hold can be shown and typed.
-    struct Text {
-        QString label;  ///< without its access key
-        QWidget* widget = nullptr;
-        std::string bytes;
-        QString shown;
-    };
+    void ShowTemplate(const std::string& replyTemplate);
     void AddSound(QGridLayout& layout);
     void Browse();
     void Play();
-    [[nodiscard]] bool Take(const Text& text, const QString& typed, std::string& bytes);
+    /// Each is false, and the user knows why, where what was typed cannot be taken.
+    [[nodiscard]] bool TakeSound(std::string& sound);
+    [[nodiscard]] bool Accepted(const QString& refusal, QWidget& field);
 
     Desktop* desktop_;
     std::string folder_;
-    QLineEdit* sound_;
-    QLineEdit* address_;
+    TextField* sound_;
+    TextField* address_;
     QPlainTextEdit* template_;
-    Text soundText_;
-    Text addressText_;
-    Text templateText_;
+    EditedText templateText_{store::kLongestPropertyBytes, EditedText::Lines::Many};
 };
 
 }  // namespace postkite::ui

@@ -7,19 +7,15 @@
 #include <QLineEdit>
 #include <QRadioButton>
 #include <QVBoxLayout>
-#include <cerrno>
 #include <utility>
 
 #include "core/error_text.h"
-#include "core/shift_jis.h"
 #include "store/folder_tree.h"
 #include "ui/text.h"
 
 namespace postkite::ui {
 
 namespace {
-
-using namespace core::literals;
 
 struct Choice {
     std::string_view condition;
@@ -31,24 +27,11 @@ constexpr std::array<Choice, 3> kChoices{{
     {analyse::kPerDay, QT_TRANSLATE_NOOP("postkite::ui::ReadConditionsDialog", "1 日 1 回読み込む(&P)")},
 }};
 
-/// What a file holds that is made when the dialog comes up. It has no date before one was confirmed.
-constexpr std::string_view kNewFile = "読み込み条件=notread\r\n"_sjis;
-
 /// The folder's name up to its first blank, as the tree's images take it.
 std::string PlaceOf(const std::string& folder) {
     const std::size_t separator = folder.rfind(store::kBaseNameSeparator);
     const std::string name = separator == std::string::npos ? folder : folder.substr(separator + 1);
     return name.substr(0, name.find(' '));
-}
-
-int MakeFile(core::Workspace& workspace, const std::string& place) {
-    core::WorkspaceLock lock;
-    const int locked = workspace.Lock(true, lock);
-    if (locked < 0) return locked;
-    analyse::ReadCondition meanwhile;
-    const int read = analyse::ReadReadCondition(workspace, place, meanwhile);
-    if (read < 0 || meanwhile.hasFile) return read;
-    return workspace.Replace("Setting\\" + place, kNewFile);
 }
 
 void TellFault(Desktop& desktop, const std::string& place, int error) {
@@ -88,7 +71,7 @@ bool ReadConditionsDialog::Show(Desktop& desktop, const std::string& folder, QWi
     int result = analyse::ReadReadCondition(desktop.workspace, place, condition);
     if (result == 0 && !condition.hasFile) {
         condition.lastAccess = analyse::kFirstAccessDate;
-        result = MakeFile(desktop.workspace, place);
+        result = analyse::CreateReadCondition(desktop.workspace, place);
     }
     if (result < 0) {
         TellFault(desktop, place, result);

@@ -32,6 +32,7 @@ constexpr FlagMark kFlagMarks[] = {
     {store::flag::kOrigin, "Ss", kWrittenMark},    {store::flag::kRead, "r", kUnreadMark},
     {store::flag::kReply, "R", kRepliedMark},      {store::flag::kSent, "S", kSentMark},
     {store::flag::kPosition8, "Y", kReservedMark}, {store::flag::kKind, "N", kForumMark},
+    {store::flag::kKind, "L", kLibraryMark},
 };
 
 struct MarkSign {
@@ -131,6 +132,7 @@ QStringList IconsOf(unsigned marks) {
     const bool unread = (marks & kUnreadMark) != 0;
     QStringList icons;
     if ((marks & kForumMark) != 0) icons.append(QStringLiteral("forum-message"));
+    if ((marks & kLibraryMark) != 0) icons.append(QStringLiteral("library-entry"));
     if ((marks & kWrittenMark) != 0) icons.append(QStringLiteral("mail-written"));
     if (icons.isEmpty()) icons.append(unread ? QStringLiteral("mail-unread") : QStringLiteral("mail-read"));
     for (const MarkSign& sign : kSigns) {
@@ -145,6 +147,8 @@ QStringList WordsOf(unsigned marks) {
     words.append((marks & kUnreadMark) != 0 ? Translated(QT_TRANSLATE_NOOP("MailRow", "未読"))
                                             : Translated(QT_TRANSLATE_NOOP("MailRow", "既読")));
     if ((marks & kForumMark) != 0) words.append(Translated(QT_TRANSLATE_NOOP("MailRow", "フォーラムの発言")));
+    if ((marks & kLibraryMark) != 0)
+        words.append(Translated(QT_TRANSLATE_NOOP("MailRow", "ライブラリのデータ")));
     if ((marks & kWrittenMark) != 0) words.append(Translated(QT_TRANSLATE_NOOP("MailRow", "作成したメール")));
     for (const MarkSign& sign : kSigns) {
         if ((marks & sign.mark) != 0) words.append(Translated(sign.word));

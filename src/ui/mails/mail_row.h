@@ -18,7 +18,8 @@ enum MailMark : unsigned {
     kSentMark = 1U << 4U,
     kReservedMark = 1U << 5U,
     kAttachmentMark = 1U << 6U,
-    kDeletedMark = 1U << 7U,  ///< stays in the list until it is compacted; nothing is done with it
+    kLibraryMark = 1U << 7U,  ///< an entry of a library
+    kDeletedMark = 1U << 8U,  ///< stays in the list until it is compacted; nothing is done with it
 };
 
 /// How the list shows subjects, after the setting "Title Tree".

@@ -80,7 +80,9 @@ std::vector<HeaderLine> HeaderLinesOf(const store::MailRecord& mail, bool withCo
                    : Translated(QT_TRANSLATE_NOOP("MessageText", "差出人")),
          Correspondent(mail)},
         {Translated(QT_TRANSLATE_NOOP("MessageText", "日付")), WritingDate(mail)},
-        {Translated(QT_TRANSLATE_NOOP("MessageText", "送信日付")), SendingDate(mail)},
+        {isWritten ? Translated(QT_TRANSLATE_NOOP("MessageText", "送信日付"))
+                   : Translated(QT_TRANSLATE_NOOP("MessageText", "受信日付")),
+         SendingDate(mail)},
         {Translated(QT_TRANSLATE_NOOP("MessageText", "題名")),
          std::string(store::WithoutTrailingBlanks(mail.subject))},
         {Translated(QT_TRANSLATE_NOOP("MessageText", "CC")), withCopies ? OnOneLine(mail.cc) : std::string()},
@@ -93,8 +95,8 @@ std::vector<HeaderLine> HeaderLinesOf(const store::MailRecord& mail, bool withCo
 MessageText MakeMessageText(const store::MailRecord& mail, const core::Settings& settings) {
     MessageText message;
     int blocks = 0;
-    if (settings.displayHeader == 1) {
-        for (const HeaderLine& line : HeaderLinesOf(mail, settings.hideCc != 1))
+    if (settings.displayHeader != 0) {
+        for (const HeaderLine& line : HeaderLinesOf(mail, settings.hideCc == 0))
             AppendPieces(line.label + QStringLiteral(": ") + Shown(line.value), message, blocks);
         if (blocks > 0) AppendPieces(QStringView(), message, blocks);
     }

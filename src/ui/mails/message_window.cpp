@@ -20,6 +20,8 @@ namespace postkite::ui {
 namespace {
 
 constexpr int kSmallestSide = 200;
+/// No screen reaches as far, and sums of it are numbers still.
+constexpr int kFarthest = 1'000'000;
 
 }  // namespace
 
@@ -96,8 +98,10 @@ void MessageWindow::ShowMail(const std::string& folder, int recordNumber) {
 
 void MessageWindow::TakePlace() {
     const core::Settings& settings = desktop_->program.settings();
-    const QRect wanted(settings.bodyLeft, settings.bodyTop, std::max(settings.bodyWidth, kSmallestSide),
-                       std::max(settings.bodyHeight, kSmallestSide));
+    const QRect wanted(std::clamp(settings.bodyLeft, -kFarthest, kFarthest),
+                       std::clamp(settings.bodyTop, -kFarthest, kFarthest),
+                       std::clamp(settings.bodyWidth, kSmallestSide, kFarthest),
+                       std::clamp(settings.bodyHeight, kSmallestSide, kFarthest));
     // A screen may have gone since, and a file can say anything.
     QScreen* screen = QGuiApplication::screenAt(wanted.topLeft());
     if (screen == nullptr) screen = QGuiApplication::primaryScreen();

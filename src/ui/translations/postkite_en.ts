@@ -297,6 +297,10 @@
         <source>作成したメール</source>
         <translation>written here</translation>
     </message>
+    <message>
+        <source>ライブラリのデータ</source>
+        <translation>library entry</translation>
+    </message>
 </context>
 <context>
     <name>MessagePrinting</name>
@@ -334,6 +338,10 @@
     <message>
         <source>添付</source>
         <translation>Attachments</translation>
+    </message>
+    <message>
+        <source>受信日付</source>
+        <translation>Received</translation>
     </message>
 </context>
 <context>
@@ -970,6 +978,33 @@
     </message>
 </context>
 <context>
+    <name>postkite::ui::Commands</name>
+    <message>
+        <source>接続環境 1 から 10 へ切り替える</source>
+        <translation>Switch to environment 1 to 10</translation>
+    </message>
+    <message>
+        <source>振り分けの規則 1 から 10 を実行する</source>
+        <translation>Run sorting rule 1 to 10</translation>
+    </message>
+    <message>
+        <source>maillog.txt を解析する</source>
+        <translation>Analyse maillog.txt</translation>
+    </message>
+    <message>
+        <source>F1 を押しながら閉じる</source>
+        <translation>Close with F1 held</translation>
+    </message>
+    <message>
+        <source>meslog.txt を解析する</source>
+        <translation>Analyse meslog.txt</translation>
+    </message>
+    <message>
+        <source>Ctrl を押しながら閉じる</source>
+        <translation>Close with Ctrl held</translation>
+    </message>
+</context>
+<context>
     <name>postkite::ui::EnvironmentPage</name>
     <message>
         <source>環境の名前</source>
@@ -1218,18 +1253,6 @@
     <message>
         <source>Wave File (*.wav *.WAV)</source>
         <translation>Wave File (*.wav *.WAV)</translation>
-    </message>
-    <message>
-        <source>「%1」には文字「%2」を使えません。</source>
-        <translation>&quot;%1&quot; cannot contain the character &quot;%2&quot;.</translation>
-    </message>
-    <message>
-        <source>「%1」は %2 バイトまでです。（全角文字は 2 バイト）</source>
-        <translation>&quot;%1&quot; can have at most %2 bytes. (A full-width character has 2 bytes.)</translation>
-    </message>
-    <message>
-        <source>「%1」には改行などの制御文字を使えません。</source>
-        <translation>&quot;%1&quot; cannot contain line breaks or other control characters.</translation>
     </message>
 </context>
 <context>

@@ -53,6 +53,10 @@ std::vector<std::pair<QString, QString>> Commands::Keys() const {
         if (!command.shortcut().isEmpty())
             keys.emplace_back(command.text(), command.shortcut().toString(QKeySequence::NativeText));
     }
+    keys.emplace_back(tr("接続環境 1 から 10 へ切り替える"), QStringLiteral("Shift+F1 - Shift+F10"));
+    keys.emplace_back(tr("振り分けの規則 1 から 10 を実行する"), QStringLiteral("Ctrl+0 - Ctrl+9"));
+    keys.emplace_back(tr("maillog.txt を解析する"), tr("F1 を押しながら閉じる"));
+    keys.emplace_back(tr("meslog.txt を解析する"), tr("Ctrl を押しながら閉じる"));
     return keys;
 }
 

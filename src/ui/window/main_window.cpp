@@ -11,6 +11,7 @@
 #include "ui/mails/find_bar.h"
 #include "ui/mails/mail_list_view.h"
 #include "ui/mails/message_view.h"
+#include "ui/mails/message_window.h"
 #include "ui/text.h"
 #include "ui/window/closing_keys.h"
 #include "ui/window/commands.h"
@@ -27,6 +28,8 @@ namespace {
 
 /// While a session redraws with every line that it sends, the list is read anew no more often than this.
 constexpr int kRefreshMilliseconds = 1000;
+
+constexpr int kEndMilliseconds = 20;
 
 /// No setting keeps the monitor's height.
 constexpr int kMonitorLines = 8;
@@ -54,6 +57,8 @@ MainWindow::MainWindow(Desktop& desktop)
     DoSettingCommands();
     refresh_.setSingleShot(true);
     connect(&refresh_, &QTimer::timeout, this, &MainWindow::RefreshAll);
+    end_.setSingleShot(true);
+    connect(&end_, &QTimer::timeout, this, &MainWindow::End);
     RestorePlace(*this, desktop.program.settings());
     ApplySettings();
     ShowBank();
@@ -173,7 +178,11 @@ void MainWindow::ShowBank() {
 }
 
 void MainWindow::OpenFolder(const std::string& folder) {
-    if (desktop_->ui.busy() || folder.empty()) return;
+    if (folder.empty()) return;
+    if (desktop_->ui.busy()) {
+        RefreshLater();
+        return;
+    }
     openingFolder_ = true;
     message_->Clear();
     mails_->Open(folder);
@@ -183,19 +192,25 @@ void MainWindow::OpenFolder(const std::string& folder) {
 }
 
 void MainWindow::RefreshLater() {
-    if (refresh_.isActive()) return;
-    refresh_.start(session_->running() ? kRefreshMilliseconds : 0);
     if (session_->running()) ShowUpload();
+    if (!refresh_.isActive()) refresh_.start(session_->running() ? kRefreshMilliseconds : 0);
 }
 
 void MainWindow::RefreshAll() {
-    if (desktop_->ui.busy()) {
+    // What is open in a menu or a chooser must not change under the pointer.
+    if (desktop_->ui.busy() || QApplication::activePopupWidget() != nullptr) {
         refresh_.start(kRefreshMilliseconds);
+        return;
+    }
+    RefreshTitle();
+    if (session_->running()) {
+        // It marks mails of the Outbox, and nothing else changes before its end.
+        mails_->Refresh();
+        folders_->RefreshCount(mails_->folder());
         return;
     }
     menus_->Refresh();
     toolBars_->RefreshChoosers();
-    RefreshTitle();
     if (desktop_->program.folders().currentBank() < 0) return;
     folders_->Reload();
     folders_->RefreshCounts();
@@ -238,6 +253,9 @@ void MainWindow::KeepLooks() {
 
 void MainWindow::KeepState() {
     core::Settings& settings = desktop_->program.settings();
+    // They keep their place when they are closed, and the end would close them after the settings are written.
+    for (MessageWindow* window : findChildren<MessageWindow*>())
+        window->close();
     KeepPlace(*this, settings);
     KeepPanes(*folderSplitter_, *mailSplitter_, settings);
     KeepLooks();
@@ -265,7 +283,7 @@ bool MainWindow::CloseMeansMaintenance() {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
     event->ignore();
-    if (desktop_->ui.busy() && !ending_) return;
+    if (desktop_->ui.busy()) return;
     if (!ending_) {
         if (CloseMeansMaintenance()) return;
         if (session_->running() && !desktop_->ui.Ask(tr("送受信中です。\n回線を切断して終了しますか？"))) {
@@ -286,7 +304,16 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 
 void MainWindow::End() {
     ending_ = true;
-    close();
+    desktop_->ui.StopAsking();
+    QWidget* modal = QApplication::activeModalWidget();
+    if (modal == nullptr && !desktop_->ui.busy()) {
+        close();
+        return;
+    }
+    // Whoever waits for its answer goes on before the program ends, as in a session that has just come to its own end.
+    while (modal != nullptr && modal->close())
+        modal = QApplication::activeModalWidget();
+    end_.start(kEndMilliseconds);
 }
 
 }  // namespace postkite::ui

@@ -34,7 +34,9 @@ class MainWindow final : public QMainWindow {
     explicit MainWindow(Desktop& desktop);
     ~MainWindow() override;
 
-    /// Ends the program without a question: hangs up, keeps the settings and closes. For a system that ends.
+    /// Ends the program without a question: hangs up, keeps the settings and closes. For a system that ends. Boxes and
+    /// dialogs that are open are cancelled and what the engine is in the middle of is finished first; it ends after
+    /// this call then.
     void End();
 
   private:
@@ -110,6 +112,7 @@ class MainWindow final : public QMainWindow {
     QSplitter* folderSplitter_ = nullptr;
     QSplitter* mailSplitter_ = nullptr;
     QTimer refresh_;
+    QTimer end_;  ///< tries to end again
     bool openingFolder_ = false;  ///< the list puts its cursor somewhere; that reads no mail
     bool panesRestored_ = false;
     bool ending_ = false;

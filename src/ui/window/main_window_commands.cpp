@@ -229,18 +229,20 @@ void MainWindow::ChangeFontSize(int step) {
 
 void MainWindow::MoveMailsTo(const std::string& folder, const std::vector<int>& recordNumbers,
                              const std::string& target) {
-    if (commands_->Forbidden(DuringSession::Allowed) || recordNumbers.empty()) return;
-    const WaitCursor cursor;
-    // The engine says what stays behind and why.
-    static_cast<void>(desktop_->program.folders().MoveMails(folder, recordNumbers, target));
+    if (commands_->Forbidden(DuringSession::Allowed)) return;
+    // Another program may have changed the folder while they were dragged: the numbers are then those of other mails.
+    if (folder == mails_->folder() && recordNumbers == mails_->selected()) {
+        const WaitCursor cursor;
+        mails_->MoveTo(target);
+    }
     RefreshAll();
 }
 
 void MainWindow::MoveSelectedMails() {
-    const std::vector<int> selected = mails_->selected();
-    if (selected.empty()) return;
+    if (mails_->selected().empty()) return;
     const auto target = FolderChooser(*desktop_, tr("フォルダへ移動"), this).Ask();
-    if (target) MoveMailsTo(mails_->folder(), selected, *target);
+    // The selection stays with its mails, wherever they have gone meanwhile.
+    if (target) MoveMailsTo(mails_->folder(), mails_->selected(), *target);
 }
 
 void MainWindow::MoveSelectedFolder() {
@@ -371,6 +373,7 @@ void MainWindow::SessionHasEnded() {
         desktop_->ui.PlaySoundFile(sound);
     if (program.settings().receivePopup == 0) return;
     QApplication::alert(this);
+    setWindowState(windowState() & ~Qt::WindowMinimized);
     raise();
 }
 

@@ -95,8 +95,11 @@ void Menus::FillBanks() {
 void Menus::FillRules() {
     rules_->clear();
     constexpr int kKeys = 10;
+    // Every entry more costs more than the one before, and nobody finds one in a menu as long as this.
+    constexpr int kMostEntries = 1000;
     for (const organise::RuleMenuItem& item : organise::BuildRuleMenu(desktop_->workspace)) {
         const int number = item.command - organise::kFirstRuleCommand;
+        if (number >= kMostEntries) break;
         QAction* action = rules_->addAction(Label(item.label));
         if (number < kKeys) {
             action->setShortcut(

@@ -4,6 +4,7 @@
 
 #include "app/surroundings.h"
 #include "comm/device_names.h"
+#include "core/error_log.h"
 #include "core/error_text.h"
 #include "core/shift_jis.h"
 #include "ui/text.h"
@@ -80,7 +81,11 @@ void SessionControl::BeginAtPort(app::Sessions::Start start) {
     std::string device;
     if (comm::FindDevice({}, port, app::ReadVariable, desktop_->fileSystem, desktop_->workspace.root(),
                          device) < 0) {
-        desktop_->ui.Tell(ShownLines(comm::DescribeRefusedPort(port, desktop_->ui)), core::MessageIcon::Stop);
+        const std::string refusal = comm::DescribeRefusedPort(port, desktop_->ui);
+        core::LogError(desktop_->workspace, refusal);
+        // As where the port cannot be opened.
+        if (start != app::Sessions::Start::ReceiveOnly || desktop_->program.settings().autoMode == 0)
+            desktop_->ui.Tell(ShownLines(refusal), core::MessageIcon::Stop);
         return;
     }
     static_cast<void>(Begin(start, device, kTickMilliseconds));

@@ -1,7 +1,6 @@
 #include "ui/window/tool_bars.h"
 
 #include <QComboBox>
-#include <QEvent>
 #include <QLabel>
 #include <QToolBar>
 #include <algorithm>
@@ -37,16 +36,30 @@ QComboBox* AddChooser(QToolBar& band, const QString& label) {
 
 }  // namespace
 
+/// A band that wants a width without insisting on it: a window can always be made narrower than its bands are.
+class ToolBars::Band final : public QToolBar {
+  public:
+    using QToolBar::QToolBar;
+
+    void Want(int width) {
+        wanted_ = std::clamp(width, kNarrowestBand, kWidestBand);
+        updateGeometry();
+    }
+    [[nodiscard]] QSize sizeHint() const override { return {wanted_, QToolBar::sizeHint().height()}; }
+
+  private:
+    int wanted_ = kNarrowestBand;
+};
+
 ToolBars::ToolBars(Desktop& desktop, const Commands& commands, QMainWindow& window)
     : QObject(&window), desktop_(&desktop), window_(&window) {
     const QString titles[] = {tr("ボタン"), tr("接続環境"), tr("メールボックスバンク")};
     for (std::size_t band = 0; band < bands_.size(); ++band) {
-        bands_[band] = new QToolBar(titles[band], &window);
+        bands_[band] = new Band(titles[band], &window);
         bands_[band]->setObjectName(QStringLiteral("band%1").arg(band));
         // "ToolBarFlag" shows and hides all of them at once.
         bands_[band]->toggleViewAction()->setEnabled(false);
         bands_[band]->setAllowedAreas(Qt::TopToolBarArea);
-        bands_[band]->installEventFilter(this);
     }
     for (const Command command : kButtons)
         bands_[0]->addAction(commands.action(command));
@@ -64,12 +77,12 @@ void ToolBars::ApplySettings() {
     const bool shown = settings.toolBarFlag == 1;
     for (std::size_t place = 0; place < bands_.size(); ++place) {
         const auto band = static_cast<std::size_t>(settings.bandOrder[place] - '0');
-        QToolBar* bar = bands_[band];
+        Band* bar = bands_[band];
         window_->removeToolBar(bar);
         if (place > 0 && static_cast<int>(place) < settings.bandRow)
             window_->addToolBarBreak(Qt::TopToolBarArea);
         window_->addToolBar(Qt::TopToolBarArea, bar);
-        bar->setMinimumWidth(std::clamp(settings.bandWidth[band], kNarrowestBand, kWidestBand));
+        bar->Want(settings.bandWidth[band]);
         bar->setVisible(shown && (band != 2 || settings.mailBankCombo != 0));
     }
 }
@@ -95,13 +108,6 @@ void ToolBars::KeepLayout() {
         lastTop = bar->y();
     }
     settings.bandRow = std::max(rows, 1);
-}
-
-bool ToolBars::eventFilter(QObject* watched, QEvent* event) {
-    // A band that somebody begins to drag has to be able to get narrower.
-    if (event->type() == QEvent::MouseButtonPress)
-        static_cast<QToolBar*>(watched)->setMinimumWidth(kNarrowestBand);
-    return false;
 }
 
 void ToolBars::RefreshChoosers() {

@@ -7,7 +7,6 @@
 #include "ui/window/commands.h"
 
 class QComboBox;
-class QToolBar;
 
 namespace postkite::ui {
 
@@ -34,13 +33,14 @@ class ToolBars final : public QObject {
     void BankChosen(int number);
 
   private:
-    [[nodiscard]] bool eventFilter(QObject* watched, QEvent* event) override;
+    class Band;
+
     void FillEnvironments();
     void FillBanks();
 
     Desktop* desktop_;
     QMainWindow* window_;
-    std::array<QToolBar*, kBands> bands_{};
+    std::array<Band*, kBands> bands_{};
     QComboBox* environments_;
     QComboBox* banks_;
 };

@@ -12,12 +12,18 @@ constexpr int kLeastListPercent = 10;
 constexpr int kMostListPercent = 90;
 /// A splitter shares what it has in proportion to the sizes that it is given.
 constexpr int kSplitterUnits = 10000;
+/// A file can say anything; no screen reaches as far as this, and sums of it are numbers still.
+constexpr int kFarthest = 1'000'000;
+
+int Near(int coordinate) {
+    return std::clamp(coordinate, -kFarthest, kFarthest);
+}
 
 }  // namespace
 
 void RestorePlace(QMainWindow& window, const core::Settings& settings) {
-    QRect place(settings.mailWindowLeft, settings.mailWindowTop, settings.mailWindowWidth,
-                settings.mailWindowHeight);
+    QRect place(Near(settings.mailWindowLeft), Near(settings.mailWindowTop), Near(settings.mailWindowWidth),
+                Near(settings.mailWindowHeight));
     // A screen may be gone, or a file be from elsewhere: the window is brought where it can be taken hold of.
     const QScreen* screen = QGuiApplication::screenAt(place.center());
     if (screen == nullptr) screen = QGuiApplication::primaryScreen();

@@ -16,9 +16,9 @@
 #include "core/shift_jis.h"
 #include "tests/ui/desktop_test.h"
 #include "tests/ui/dialogs/dialog_hands.h"
-#include "ui/dialogs/path_editor.h"
 #include "ui/dialogs/setting_pages.h"
 #include "ui/dialogs/settings_page.h"
+#include "ui/text.h"
 
 namespace postkite::ui {
 namespace {

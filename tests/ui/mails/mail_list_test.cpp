@@ -115,6 +115,7 @@ TEST_F(MailListTest, MarksAreDrawnAndSaid) {
          {"mail-written", "mail-sent", "mail-reserved", "mail-attachment"},
          "既読、作成したメール、送信済み、送信予約、添付あり、件名"},
         {"Rosrr ----NOP     ", "", {"forum-message"}, "未読、フォーラムの発言、件名"},
+        {"RosRr ----LOP     ", "", {"library-entry"}, "既読、ライブラリのデータ、件名"},
     };
     for (const Case& known : cases) {
         Add("Inbox", [&](store::MailRecord& record) {
@@ -125,7 +126,7 @@ TEST_F(MailListTest, MarksAreDrawnAndSaid) {
         });
     }
     Show("Inbox");
-    for (int row = 0; row < 4; ++row) {
+    for (int row = 0; row < 5; ++row) {
         const Case& known = cases[row];
         const unsigned marks = model().index(row, 0).data(MailListModel::kMarksRole).toUInt();
         EXPECT_EQ(IconsOf(marks), known.icons) << row;

@@ -69,6 +69,7 @@ TEST_F(MessageTest, HeaderLinesStandAboveAsTheSettingsSay) {
     record.body = "body\r\n";
     ASSERT_EQ(program_->mailbox().AppendMail("Inbox", record, -1), 0);
     settings().hideCc = 0;
+    settings().displayHeader = 2;
     Show(0);
     EXPECT_EQ(Lines(), QStringList({"宛先: 森 (PKT00021, PKT00022)", "日付: 97/01/23 04:05",
                                     "送信日付: 97/01/24 05:06", "題名: 題", "CC: PKT00023", "添付: a.txt", "",

@@ -10,8 +10,10 @@
 #include <QMenuBar>
 #include <QSplitter>
 #include <QTest>
+#include <QTimer>
 #include <QToolBar>
 #include <filesystem>
+#include <limits>
 
 #include "core/shift_jis.h"
 #include "organise/rule_file.h"
@@ -19,6 +21,7 @@
 #include "ui/folders/folder_tree_view.h"
 #include "ui/mails/mail_list_view.h"
 #include "ui/mails/message_view.h"
+#include "ui/mails/message_window.h"
 #include "ui/text.h"
 #include "ui/window/commands.h"
 #include "ui/window/monitor_dock.h"
@@ -152,6 +155,26 @@ TEST_F(MainWindowTest, AWindowFromElsewhereIsBroughtOntoTheScreen) {
     Open();
     EXPECT_TRUE(window_->screen()->availableGeometry().intersects(window_->geometry()));
     EXPECT_LE(window_->width(), window_->screen()->availableGeometry().width());
+    window_.reset();
+    program_->settings().mailWindowLeft = std::numeric_limits<std::int32_t>::max();
+    program_->settings().mailWindowTop = std::numeric_limits<std::int32_t>::min();
+    program_->settings().mailWindowHeight = std::numeric_limits<std::int32_t>::max();
+    Open();
+    EXPECT_TRUE(window_->screen()->availableGeometry().intersects(window_->geometry()));
+}
+
+TEST_F(MainWindowTest, TheEndOfTheSystemCancelsDialogsLetsTheEngineFinishAndAsksNothing) {
+    Open();
+    QTimer::singleShot(0, window_.get(), [this] { window_->End(); });
+    ui_.PumpMessages();
+    EXPECT_TRUE(window_->isVisible()) << "the engine is in the middle of something";
+    EXPECT_TRUE(FileBytes("Setting/setting.ini").empty());
+    EXPECT_FALSE(ui_.AskQuestion("", "a box would wait for ever"));
+    person_.Meets([this](QDialog&) { window_->End(); });
+    Trigger(Command::EditSettings);
+    EXPECT_TRUE(window_->isVisible()) << "the dialog's caller goes on first";
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !window_->isVisible(); }));
+    EXPECT_FALSE(FileBytes("Setting/setting.ini").empty());
 }
 
 TEST_F(MainWindowTest, TheBandsComeBackInTheirOrderAndStayHidden) {
@@ -172,6 +195,68 @@ TEST_F(MainWindowTest, TheBandsComeBackInTheirOrderAndStayHidden) {
     Restart();
     EXPECT_FALSE(band(0)->isVisible());
     EXPECT_EQ(program_->settings().bandOrder, "201");
+}
+
+TEST_F(MainWindowTest, TheBandsLetTheWindowGetNarrower) {
+    Open();
+    EXPECT_EQ(window_->width(), 600);
+    window_->resize(1200, 600);
+    Settle();
+    // Takes the widths of the bands over, and applies them anew.
+    Trigger(Command::ShowHeader);
+    window_->resize(600, 600);
+    Settle();
+    EXPECT_EQ(window_->width(), 600);
+}
+
+TEST_F(MainWindowTest, AMenuThatIsOpenStaysAsItIs) {
+    Open();
+    QMenu* rules = nullptr;
+    for (const QAction* menu : window_->menuBar()->actions()) {
+        if (menu->text() == QStringLiteral("振り分け(&R)")) rules = menu->menu();
+    }
+    ASSERT_NE(rules, nullptr);
+    std::vector<organise::SortingRule> one(1);
+    one[0] = {true, false, "new", "Subject:", "kite", "Trash"};
+    ASSERT_EQ(organise::SaveRules(*workspace_, organise::kRuleFile, one).result, 0);
+    rules->popup(window_->pos());
+    const QList<QAction*> before = rules->actions();
+    ui_.RedrawMainWindow();
+    Settle();
+    EXPECT_EQ(rules->actions(), before);
+    rules->close();
+    EXPECT_TRUE(QTest::qWaitFor([rules] { return rules->actions().value(0)->text().startsWith("new"); }));
+}
+
+TEST_F(MainWindowTest, AnOpenMailWindowIsAtItsPlaceTheNextTime) {
+    AddMail("Inbox", "one");
+    Open();
+    mails_->Choose(0);
+    Trigger(Command::OpenMail);
+    auto* mail = window_->findChild<MessageWindow*>();
+    ASSERT_NE(mail, nullptr);
+    mail->setGeometry(60, 50, 420, 310);
+    const QPoint place = mail->pos();
+    Restart();
+    EXPECT_EQ(program_->settings().bodyWidth, 420);
+    EXPECT_EQ(program_->settings().bodyLeft, place.x());
+}
+
+TEST_F(MainWindowTest, DroppedMailsMoveUnlessTheyAreOthersNow) {
+    for (const char* subject : {"one", "two", "three"})
+        AddMail("Inbox", subject);
+    ASSERT_EQ(program_->folders().NewFolder("Desktop", "Work"), 0);
+    Open();
+    mails_->Choose(1);
+    // Another program has taken the first mail away since; the list still shows it.
+    ASSERT_EQ(program_->folders().DeleteMails("Inbox", std::vector<int>{0}), 0);
+    person_.ClicksOk(QStringLiteral("フォルダの内容が変わった"));
+    emit folders_->MailsDropped("Inbox", {1}, "Work");
+    EXPECT_EQ(program_->mailbox().CountMails("Work"), 0);
+    ASSERT_EQ(mails_->selected(), std::vector<int>{0}) << "the selection has gone with its mail";
+    emit folders_->MailsDropped("Inbox", {0}, "Work");
+    EXPECT_TRUE(Entry("Work", 0).subject.view().starts_with("two"));
+    EXPECT_EQ(mails_->mailCount(), 1);
 }
 
 TEST_F(MainWindowTest, ClosingWithF1OrCtrlAnalysesACaptureInstead) {

@@ -55,8 +55,10 @@ TEST_F(SessionControlTest, ANewcomerCallsThePracticeHostAndReadsWhatArrived) {
     person_.ClicksOk(QStringLiteral("通のメールを受信しました。"));
     Trigger(Command::CallPracticeHost);
     ASSERT_TRUE(session_->running());
+    window_->showMinimized();
     WaitForTheEnd(ended);
     ASSERT_EQ(ended.count(), 1);
+    EXPECT_FALSE(window_->isMinimized()) << "mail has come";
     auto* mails = window_->findChild<MailListView*>();
     EXPECT_GT(mails->mailCount(), 0);
     EXPECT_TRUE(
@@ -129,6 +131,9 @@ TEST_F(SessionControlTest, APortThatIsNotThereIsToldAndNothingRuns) {
     program_->settings().rsPort = "no number";
     person_.ClicksOk(QStringLiteral("no number"));
     Trigger(Command::SendAndReceive);
+    EXPECT_FALSE(session_->running());
+    program_->settings().autoMode = 1;
+    Trigger(Command::ReceiveOnly);
     EXPECT_FALSE(session_->running());
 }
 
