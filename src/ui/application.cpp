@@ -130,6 +130,18 @@ struct Surroundings {
 
 int RunIn(QApplication& application, Surroundings& surroundings,
           const std::function<void(MainWindow&)>& shown) {
+    // The system may ask for the end while a box of the start waits to be closed.
+    MainWindow* shownWindow = nullptr;
+    bool endAsked = false;
+    const EndSignals signalsOfTheSystem([&] {
+        endAsked = true;
+        if (shownWindow != nullptr) {
+            shownWindow->End();
+            return;
+        }
+        surroundings.ui.StopAsking();
+        if (QWidget* modal = QApplication::activeModalWidget(); modal != nullptr) modal->close();
+    });
     if (!OpenDirectory(surroundings.workspace, surroundings.fileSystem, surroundings.ui)) return kCannotStart;
     app::Program& program = surroundings.program;
     program.Start();
@@ -140,8 +152,10 @@ int RunIn(QApplication& application, Surroundings& surroundings,
     // Without its bank the program can still be set up so that it finds one; the user knows.
     static_cast<void>(program.OpenBank());
 
+    if (endAsked) return 0;
+
     MainWindow window(surroundings.desktop);
-    const EndSignals signalsOfTheSystem([&window] { window.End(); });
+    shownWindow = &window;
     QObject::connect(
         &application, &QGuiApplication::commitDataRequest, &window, [&window] { window.End(); },
         Qt::DirectConnection);

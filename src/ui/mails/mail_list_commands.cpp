@@ -1,3 +1,4 @@
+#include <QTimer>
 #include <cerrno>
 
 #include "core/letter_case.h"
@@ -9,13 +10,25 @@
 /// What people do with the selected mails.
 namespace postkite::ui {
 
+namespace {
+
+constexpr int kTryAgainMilliseconds = 100;
+
+}  // namespace
+
+std::vector<std::string> MailListView::selectedIds() const {
+    std::vector<std::string> ids;
+    for (const int number : selected())
+        ids.push_back(model_->IdOf(number));
+    return ids;
+}
+
 bool MailListView::CanBegin(Chosen& chosen) const {
     if (desktop_->ui.busy() || folder().empty()) return false;
     chosen.folder = folder();
     chosen.mails = mailCount();
     chosen.numbers = selected();
-    for (const int number : chosen.numbers)
-        chosen.ids.push_back(model_->IdOf(number));
+    chosen.ids = selectedIds();
     return !chosen.numbers.empty();
 }
 
@@ -72,7 +85,14 @@ void MailListView::MarkRead(bool read) {
 void MailListView::MarkShown(int recordNumber) {
     if (desktop_->ui.busy() || !model_->IsUnread(recordNumber)) return;
     core::WorkspaceLock lock;
-    if (desktop_->workspace.Lock(true, lock) < 0) return;
+    const int locked = desktop_->workspace.Lock(false, lock);
+    // Whoever only reads is not kept waiting while another program works.
+    if (locked == -EWOULDBLOCK) {
+        QTimer::singleShot(kTryAgainMilliseconds, this, [this, recordNumber, shown = folder()] {
+            if (folder() == shown && current() == recordNumber) MarkShown(recordNumber);
+        });
+    }
+    if (locked < 0) return;
     const bool isAsShown = model_->Holds(mailCount(), {recordNumber}, {model_->IdOf(recordNumber)});
     model_->Close();
     if (!isAsShown) return;

@@ -40,6 +40,8 @@ class MailListView final : public QTreeView {
     [[nodiscard]] int mailCount() const;
     /// Record numbers, rising.
     [[nodiscard]] std::vector<int> selected() const;
+    /// Their localIds.
+    [[nodiscard]] std::vector<std::string> selectedIds() const;
     /// The mail with the cursor; -1 for none.
     [[nodiscard]] int current() const;
     /// Puts the cursor on it, alone selected; clears a filter that hides it.
@@ -60,7 +62,8 @@ class MailListView final : public QTreeView {
     // The commands, for the selected mails. A selection that another program has changed meanwhile is not touched: the
     // user is told, and the folder is shown anew.
     void MarkRead(bool read);
-    /// One mail, which is being shown, becomes read, if that can be; says nothing.
+    /// One mail, which is being shown, becomes read, if that can be; says nothing. Later, while another program works on
+    /// the directory.
     void MarkShown(int recordNumber);
     void MarkReplied(bool replied);
     void Reserve(bool reserved);

@@ -1407,6 +1407,10 @@ Do you want to quit anyway?</translation>
         <source>%1 - %2</source>
         <translation>%1 - %2</translation>
     </message>
+    <message>
+        <source>フォルダの内容が変わったため、移動しませんでした。</source>
+        <translation>The folder has changed, so nothing was moved.</translation>
+    </message>
 </context>
 <context>
     <name>postkite::ui::Menus</name>

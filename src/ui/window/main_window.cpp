@@ -4,6 +4,7 @@
 #include <QCloseEvent>
 #include <QSplitter>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "ui/folders/folder_tree_view.h"
 #include "ui/folders/read_conditions_dialog.h"
@@ -235,7 +236,8 @@ void MainWindow::showEvent(QShowEvent* event) {
     if (panesRestored_) return;
     panesRestored_ = true;
     RestorePanes(*folderSplitter_, *mailSplitter_, desktop_->program.settings());
-    resizeDocks({monitor_}, {kMonitorLines * mails_->fontMetrics().lineSpacing()}, Qt::Vertical);
+    const int monitorHeight = std::min(kMonitorLines * mails_->fontMetrics().lineSpacing(), height() / 5);
+    resizeDocks({monitor_}, {monitorHeight}, Qt::Vertical);
     mails_->setFocus();
 }
 

@@ -112,7 +112,7 @@ class MainWindow final : public QMainWindow {
     QSplitter* folderSplitter_ = nullptr;
     QSplitter* mailSplitter_ = nullptr;
     QTimer refresh_;
-    QTimer end_;  ///< tries to end again
+    QTimer end_;                  ///< tries to end again
     bool openingFolder_ = false;  ///< the list puts its cursor somewhere; that reads no mail
     bool panesRestored_ = false;
     bool ending_ = false;

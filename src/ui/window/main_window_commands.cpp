@@ -239,10 +239,16 @@ void MainWindow::MoveMailsTo(const std::string& folder, const std::vector<int>& 
 }
 
 void MainWindow::MoveSelectedMails() {
-    if (mails_->selected().empty()) return;
+    const std::vector<std::string> chosen = mails_->selectedIds();
+    if (chosen.empty()) return;
     const auto target = FolderChooser(*desktop_, tr("フォルダへ移動"), this).Ask();
-    // The selection stays with its mails, wherever they have gone meanwhile.
-    if (target) MoveMailsTo(mails_->folder(), mails_->selected(), *target);
+    if (!target) return;
+    // The selection stays with its mails as long as they are there; then it goes to their neighbours.
+    if (mails_->selectedIds() == chosen) {
+        MoveMailsTo(mails_->folder(), mails_->selected(), *target);
+    } else {
+        desktop_->ui.Tell(tr("フォルダの内容が変わったため、移動しませんでした。"));
+    }
 }
 
 void MainWindow::MoveSelectedFolder() {

@@ -275,6 +275,19 @@ TEST_F(MailListTest, MarksGoIntoTheFiles) {
     EXPECT_EQ(FlagOf("Inbox", 2, store::flag::kRead), 'r');
 }
 
+TEST_F(MailListTest, ReadingDoesNotWaitForAnotherProgram) {
+    AddMail("Inbox", "one");
+    Show("Inbox").Choose(0);
+    core::Workspace other(fileSystem_, workspace_->root());
+    core::WorkspaceLock lock;
+    ASSERT_EQ(other.Lock(true, lock), 0);
+    view_->MarkShown(0);
+    EXPECT_EQ(Entry("Inbox", 0).flags.view()[store::flag::kRead], 'r');
+    lock = {};
+    EXPECT_TRUE(
+        QTest::qWaitFor([this] { return Entry("Inbox", 0).flags.view()[store::flag::kRead] == 'R'; }));
+}
+
 TEST_F(MailListTest, ReservesOnlyWhatWasWrittenHere) {
     AddMail("Outbox", "received");
     AddMail("Outbox", "written", "text\r\n", store::kComposedMailFlags);

@@ -122,6 +122,27 @@ TEST_F(SessionControlTest, ClosingHangsUpAndKeepsTheAccountOfThePerson) {
     EXPECT_EQ(saved.find("PKT00099"), std::string::npos);
 }
 
+TEST_F(SessionControlTest, ALineThatIsLostEndsTheSessionAndLeavesTheWindowAtWork) {
+    app::PracticeHostProcess host;
+    ASSERT_EQ(host.Start({}, {"--user", "PKT00099", "--password", "practice", "--drop-after", "1500"}), 0);
+    qputenv("POSTKITE_COM7", QByteArray::fromStdString(host.device()));
+    core::Settings& settings = program_->settings();
+    settings.rsPort = "7";
+    settings.userId = "PKT00099";
+    settings.userPassword = "practice";
+    settings.phoneNumber = "03-1234-5678";
+    settings.autoMode = 1;  // how far it has come is not told
+    const QSignalSpy ended(session_, &SessionControl::Ended);
+    QTest::keyClick(window_.get(), Qt::Key_F8);
+    ASSERT_TRUE(session_->running());
+    WaitForTheEnd(ended);
+    ASSERT_EQ(ended.count(), 1);
+    EXPECT_LT(ended.value(0).value(0).toInt(), 0);
+    EXPECT_FALSE(FileBytes("error.log").empty());
+    Trigger(Command::CompactAll);
+    EXPECT_TRUE(window_->isEnabled());
+}
+
 TEST_F(SessionControlTest, APortThatIsNotThereIsToldAndNothingRuns) {
     program_->settings().rsPort = "99";
     qputenv("POSTKITE_COM99", "/nowhere/at/all");
