@@ -63,7 +63,7 @@ void MailListView::SetUpHeader() {
     header()->setSectionsMovable(false);
     header()->setSectionsClickable(true);
     header()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    connect(header(), &QHeaderView::sectionClicked, this, [this](int column) { CycleSort(column); });
+    connect(header(), &QHeaderView::sectionClicked, this, [this](int column) { CycleSort(kKeyOfColumn[column]); });
 }
 
 void MailListView::ApplySettings() {
@@ -331,9 +331,8 @@ void MailListView::SortBy(MailSortKey key, bool backwards) {
     Refresh();
 }
 
-void MailListView::CycleSort(int column) {
+void MailListView::CycleSort(MailSortKey key) {
     const MailOrder& order = model_->mailOrder();
-    const MailSortKey key = kKeyOfColumn[column];
     if (order.key != key) {
         SortBy(key, false);
     } else if (!order.backwards) {

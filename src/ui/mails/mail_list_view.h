@@ -52,8 +52,10 @@ class MailListView final : public QTreeView {
     /// Shows only the mails with `text` in subject, name or address, in any letter case and width; all for none.
     void SetFilter(const QString& text);
 
-    /// Sorts from now on, other folders too. A click on a column does so, again backwards, and then no more.
+    /// Sorts from now on, other folders too.
     void SortBy(MailSortKey key, bool backwards);
+    /// What a click on a column does: sorts, the second time backwards, the third time no more.
+    void CycleSort(MailSortKey key);
     [[nodiscard]] const MailOrder& mailOrder() const;
 
     /// What a drag carries; nullptr for no selected mail.
@@ -116,7 +118,6 @@ class MailListView final : public QTreeView {
     void SelectRows(std::vector<int> rows);
 
     void SetUpHeader();
-    void CycleSort(int column);
     void ShowSortIndicator();
     void DoWhatWaits();
     void ShowMails();

@@ -194,10 +194,12 @@ QString FoldedForSearch(const QString& text) {
 
 std::string DateSortKey(std::string_view date) {
     const auto isDigit = [](char character) { return character >= '0' && character <= '9'; };
-    // What is no date comes first.
-    if (date.size() < 2 || !isDigit(date[0]) || !isDigit(date[1])) return "0" + std::string(date);
+    const bool hasYear = date.size() >= 2 && isDigit(date[0]) && isDigit(date[1]);
     constexpr char kFirstYear = '7';
-    return (date[0] >= kFirstYear ? "19" : "20") + std::string(date);
+    // What is no date comes first.
+    std::string key(!hasYear ? "0" : date[0] >= kFirstYear ? "19" : "20");
+    key += date;
+    return key;
 }
 
 }  // namespace postkite::ui

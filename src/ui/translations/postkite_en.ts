@@ -254,6 +254,26 @@
         <source>Postkite について(&amp;A)</source>
         <translation>&amp;About Postkite</translation>
     </message>
+    <message>
+        <source>番号順(&amp;4)</source>
+        <translation>Sort by Number (&amp;4)</translation>
+    </message>
+    <message>
+        <source>日付順(&amp;5)</source>
+        <translation>Sort by Date (&amp;5)</translation>
+    </message>
+    <message>
+        <source>名前順(&amp;6)</source>
+        <translation>Sort by Name (&amp;6)</translation>
+    </message>
+    <message>
+        <source>題名順(&amp;7)</source>
+        <translation>Sort by Subject (&amp;7)</translation>
+    </message>
+    <message>
+        <source>サイズ順(&amp;8)</source>
+        <translation>Sort by Size (&amp;8)</translation>
+    </message>
 </context>
 <context>
     <name>MailRow</name>
@@ -1410,6 +1430,10 @@ Do you want to quit anyway?</translation>
     <message>
         <source>フォルダの内容が変わったため、移動しませんでした。</source>
         <translation>The folder has changed, so nothing was moved.</translation>
+    </message>
+    <message>
+        <source>メールボックスディレクトリ %1 にアクセスできません。</source>
+        <translation>The mailbox directory %1 cannot be reached.</translation>
     </message>
 </context>
 <context>

@@ -30,6 +30,11 @@ enum class Command {
     ListPlain,
     ListTitleTree,
     ListThreads,
+    SortByNumber,
+    SortByDate,
+    SortByName,
+    SortBySubject,
+    SortBySize,
     LargerFont,
     SmallerFont,
 

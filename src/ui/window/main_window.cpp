@@ -6,6 +6,7 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "comm/capture_logs.h"
 #include "ui/folders/folder_tree_view.h"
 #include "ui/folders/read_conditions_dialog.h"
 #include "ui/icons/palette_icon.h"
@@ -190,6 +191,17 @@ void MainWindow::OpenFolder(const std::string& folder) {
     openingFolder_ = false;
     commands_->action(Command::ReadCondition)->setEnabled(ReadConditionsDialog::IsFor(folder));
     RefreshTitle();
+    TellMissingBank();
+}
+
+void MainWindow::TellMissingBank() {
+    // A folder without files is empty, and so is one whose disk has gone.
+    const std::string& directory = desktop_->program.mailbox().bankDirectory();
+    core::EntryKind kind{};
+    const bool there = directory.empty() || (desktop_->workspace.Inspect(directory, kind) == 0 &&
+                                             kind == core::EntryKind::Directory);
+    if (!there)
+        status_->ShowText(tr("メールボックスディレクトリ %1 にアクセスできません。").arg(Shown(directory)));
 }
 
 void MainWindow::RefreshLater() {
@@ -205,7 +217,7 @@ void MainWindow::RefreshAll() {
     }
     RefreshTitle();
     if (session_->running()) {
-        // It marks mails of the Outbox, and nothing else changes before its end.
+        // It marks mails of the Outbox. What people change meanwhile, tree and list show by themselves.
         mails_->Refresh();
         folders_->RefreshCount(mails_->folder());
         return;
@@ -219,6 +231,7 @@ void MainWindow::RefreshAll() {
         OpenFolder(folders_->current());
     } else {
         mails_->Refresh();
+        TellMissingBank();
     }
 }
 
@@ -241,13 +254,6 @@ void MainWindow::showEvent(QShowEvent* event) {
     mails_->setFocus();
 }
 
-void MainWindow::changeEvent(QEvent* event) {
-    QMainWindow::changeEvent(event);
-    // The pane's own place is only known while the window is neither maximised nor minimised.
-    if (event->type() == QEvent::WindowStateChange && panesRestored_ && !isMinimized())
-        KeepPanes(*folderSplitter_, *mailSplitter_, desktop_->program.settings());
-}
-
 void MainWindow::KeepLooks() {
     mails_->KeepWidths();
     toolBars_->KeepLayout();
@@ -259,7 +265,7 @@ void MainWindow::KeepState() {
     for (MessageWindow* window : findChildren<MessageWindow*>())
         window->close();
     KeepPlace(*this, settings);
-    KeepPanes(*folderSplitter_, *mailSplitter_, settings);
+    if (!isMinimized()) KeepPanes(*folderSplitter_, *mailSplitter_, settings);
     KeepLooks();
     if (desktop_->program.folders().currentBank() < 0) return;
     folders_->KeepExpanded();
@@ -274,10 +280,10 @@ bool MainWindow::CloseMeansMaintenance() {
     // The engine says what came of it.
     if (mail) {
         analyse::MailLogResult result;
-        static_cast<void>(sessions.AnalyseMailLog("maillog.txt", result));
+        static_cast<void>(sessions.AnalyseMailLog(comm::kMailLogFile, result));
     } else {
         analyse::ForumLogResult result;
-        static_cast<void>(sessions.AnalyseForumLog("meslog.txt", result));
+        static_cast<void>(sessions.AnalyseForumLog(comm::kForumLogFile, result));
     }
     RefreshLater();
     return true;

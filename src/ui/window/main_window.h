@@ -42,7 +42,6 @@ class MainWindow final : public QMainWindow {
   private:
     void closeEvent(QCloseEvent* event) override;
     void showEvent(QShowEvent* event) override;
-    void changeEvent(QEvent* event) override;
 
     void MakePanes();
     void ConnectPanes();
@@ -57,6 +56,7 @@ class MainWindow final : public QMainWindow {
     void DoSettingCommands();
 
     void OpenFolder(const std::string& folder);
+    void TellMissingBank();
     void ShowMail(int recordNumber);
     void OpenInWindow(int recordNumber);
     void GoToNextUnread();

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <utility>
 
 #include "core/shift_jis.h"
 #include "organise/rule_table.h"
@@ -109,6 +110,13 @@ void MainWindow::DoViewCommands() {
         commands_->Do(command, [this, titleTree] { SetListDisplay(titleTree); });
         ++titleTree;
     }
+    const std::pair<Command, MailSortKey> orders[] = {
+        {Command::SortByNumber, MailSortKey::Number}, {Command::SortByDate, MailSortKey::Date},
+        {Command::SortByName, MailSortKey::Name},     {Command::SortBySubject, MailSortKey::Subject},
+        {Command::SortBySize, MailSortKey::Size},
+    };
+    for (const auto& [command, key] : orders)
+        commands_->Do(command, [this, key = key] { mails_->CycleSort(key); });
     commands_->Do(Command::LargerFont, [this] { ChangeFontSize(1); });
     commands_->Do(Command::SmallerFont, [this] { ChangeFontSize(-1); });
 }

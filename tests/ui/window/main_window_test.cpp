@@ -351,6 +351,30 @@ TEST_F(MainWindowTest, WithoutABankTheWindowOpensAndNothingCrashes) {
     EXPECT_TRUE(window_->close());
 }
 
+TEST_F(MainWindowTest, ABankThatVanishesIsTold) {
+    AddMail("Inbox", "one");
+    Open();
+    std::filesystem::rename(workspace_->root() / "MailBox1", workspace_->root() / "away");
+    Trigger(Command::Refresh);
+    EXPECT_TRUE(StatusText().contains("MailBox1")) << StatusText().toStdString();
+    std::filesystem::rename(workspace_->root() / "away", workspace_->root() / "MailBox1");
+    Trigger(Command::Refresh);
+    EXPECT_EQ(mails_->mailCount(), 1);
+}
+
+TEST_F(MainWindowTest, TheMenuSortsAndTurnsTheOrderRound) {
+    for (const char* subject : {"b", "a", "c"})
+        AddMail("Inbox", subject);
+    Open();
+    const auto first = [this] { return mails_->model()->index(0, 5).data().toString(); };
+    Trigger(Command::SortBySubject);
+    EXPECT_EQ(first(), "a");
+    Trigger(Command::SortBySubject);
+    EXPECT_EQ(first(), "c");
+    Trigger(Command::SortByNumber);
+    EXPECT_EQ(first(), "b");
+}
+
 TEST_F(MainWindowTest, CompactionTakesTheTextsOfDeletedMailsAway) {
     AddMail("Inbox", "one", std::string(5000, 'x') + "\r\n");
     AddMail("Inbox", "two");
