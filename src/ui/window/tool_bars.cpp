@@ -45,7 +45,10 @@ class ToolBars::Band final : public QToolBar {
         wanted_ = std::clamp(width, kNarrowestBand, kWidestBand);
         updateGeometry();
     }
-    [[nodiscard]] QSize sizeHint() const override { return {wanted_, QToolBar::sizeHint().height()}; }
+    [[nodiscard]] QSize sizeHint() const override {
+        // What the band holds is shown as long as the window has room for it.
+        return QToolBar::sizeHint().expandedTo({wanted_, 0});
+    }
 
   private:
     int wanted_ = kNarrowestBand;

@@ -6,6 +6,7 @@
 #include <QAbstractButton>
 #include <QAbstractSpinBox>
 #include <QApplication>
+#include <QComboBox>
 #include <QDialog>
 #include <QDir>
 #include <QLabel>
@@ -18,6 +19,7 @@
 #include <QScrollBar>
 #include <QStyleFactory>
 #include <QTest>
+#include <QToolBar>
 #include <QTranslator>
 
 #include "core/shift_jis.h"
@@ -195,6 +197,10 @@ TEST_P(LooksTest, NothingIsCutOffOrOverlaps) {
     folders->expandAll();
     window.findChild<MailListView*>()->Choose(0);
     Check(window, "main");
+    for (const int band : {1, 2}) {
+        const auto* bar = window.findChild<QToolBar*>(QStringLiteral("band%1").arg(band));
+        EXPECT_TRUE(bar->findChild<QComboBox*>()->isVisible()) << "chooser " << band;
+    }
 
     const Commands& commands = *window.findChild<Commands*>();
     const std::pair<Command, const char*> dialogs[] = {
