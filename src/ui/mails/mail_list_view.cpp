@@ -63,7 +63,8 @@ void MailListView::SetUpHeader() {
     header()->setSectionsMovable(false);
     header()->setSectionsClickable(true);
     header()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    connect(header(), &QHeaderView::sectionClicked, this, [this](int column) { CycleSort(kKeyOfColumn[column]); });
+    connect(header(), &QHeaderView::sectionClicked, this,
+            [this](int column) { CycleSort(kKeyOfColumn[column]); });
 }
 
 void MailListView::ApplySettings() {
