@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QByteArray>
 #include <QMimeData>
 #include <memory>
 #include <optional>

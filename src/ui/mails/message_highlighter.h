@@ -19,8 +19,6 @@ class MessageHighlighter final : public QSyntaxHighlighter {
     /// To be called before the text is set: header lines are not quoted, and continuing blocks are as their line is.
     void SetBlocks(int headerBlocks, const std::vector<int>& continuing);
 
-    [[nodiscard]] QColor quoteColour() const { return quote_.foreground().color(); }
-
   protected:
     void highlightBlock(const QString& text) override;
 

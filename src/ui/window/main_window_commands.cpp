@@ -3,7 +3,6 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QPlainTextEdit>
-#include <QSplitter>
 #include <algorithm>
 #include <array>
 #include <functional>
