@@ -22,6 +22,13 @@ enum class OpenMode {
     CreateNew,          ///< fails with -EEXIST when there is an entry of that name
 };
 
+/// Tells one file from every other that is there at the same time, whatever their names.
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t number = 0;
+    [[nodiscard]] bool operator==(const FileIdentity&) const = default;
+};
+
 /// An open regular file. Offsets and sizes are in bytes. Closed by its destructor.
 class File {
   public:
@@ -41,6 +48,14 @@ class File {
 
     /// Returns when the content is on the disk itself.
     [[nodiscard]] virtual int Sync() = 0;
+
+    [[nodiscard]] virtual int Identify(FileIdentity& identity) = 0;
+
+    /// Has `HasReaders` see that the file is being read, until this object or its process is gone. Neither
+    /// ever waits, and nobody is kept out. Where a file system cannot do the one it cannot do the other.
+    [[nodiscard]] virtual int BeginReading() = 0;
+    /// Whether the file is being read through another object, of this process or another.
+    [[nodiscard]] virtual int HasReaders(bool& hasReaders) = 0;
 };
 
 /// An advisory lock, held until it is destroyed or its process ends.

@@ -92,7 +92,35 @@ class SystemFile final : public File {
         return Retry([&] { return fsync(descriptor_.number()); });
     }
 
+    int Identify(FileIdentity& identity) override {
+        struct stat status {};
+        if (fstat(descriptor_.number(), &status) != 0) return -errno;
+        identity = {status.st_dev, status.st_ino};
+        return 0;
+    }
+
+    // A lock of the open file, not of the process, so that readers within one program count too. All readers share it,
+    // and nobody ever takes it alone, so it is always to be had.
+    int BeginReading() override {
+        struct flock lock = WholeFile(F_RDLCK);
+        return Retry([&] { return fcntl(descriptor_.number(), F_OFD_SETLK, &lock); });
+    }
+
+    int HasReaders(bool& hasReaders) override {
+        struct flock lock = WholeFile(F_WRLCK);
+        const int result = Retry([&] { return fcntl(descriptor_.number(), F_OFD_GETLK, &lock); });
+        hasReaders = lock.l_type != F_UNLCK;
+        return result;
+    }
+
   private:
+    static struct flock WholeFile(short type) {
+        struct flock lock {};
+        lock.l_type = type;
+        lock.l_whence = SEEK_SET;
+        return lock;
+    }
+
     Descriptor descriptor_;
 };
 

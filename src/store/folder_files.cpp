@@ -68,25 +68,23 @@ int OldFilesHaveMadeWay(const FolderFiles& files, bool& theyHave) {
     return result == -ENOTSUP ? 0 : result;
 }
 
-int FinishCompaction(const FolderFiles& files, bool newText, bool newIndex) {
-    bool oldOnesHaveMadeWay = false;
-    int result = newText && newIndex ? OldFilesHaveMadeWay(files, oldOnesHaveMadeWay) : 0;
+int FinishCompaction(const FolderFiles& files, const Unfinished& unfinished) {
+    Pair pair{};
+    int result = FindPairInForce(files, unfinished, pair);
     if (result < 0) return result;
-    if (oldOnesHaveMadeWay) {
+    if (pair == Pair::New) {
         result = files.workspace->Rename(files.compactionText, files.text);
         if (result == 0) result = files.workspace->SyncNames(files.text);
-        newText = false;
     }
-    if (result == 0 && newIndex && !newText) {
+    if (result == 0 && pair != Pair::Old)
         result = files.workspace->Rename(files.compactionIndex, files.index);
-        newIndex = false;
-    }
     // Not yet begun to take effect. The index goes first: alone it would look like a change half done.
-    if (result == 0 && newIndex) {
+    if (pair == Pair::Old && unfinished.newIndex) {
         result = files.workspace->Remove(files.compactionIndex);
         if (result == 0) result = files.workspace->SyncNames(files.compactionIndex);
     }
-    if (result == 0 && newText) result = files.workspace->Remove(files.compactionText);
+    if (result == 0 && pair == Pair::Old && unfinished.newText)
+        result = files.workspace->Remove(files.compactionText);
     return result < 0 ? result : files.workspace->SyncNames(files.index);
 }
 
@@ -110,24 +108,43 @@ bool FitsFileNames(std::string_view folder, std::string_view ending) {
     return core::ToUtf8(folder).size() + ending.size() <= kLongestFileName;
 }
 
+int LookForUnfinished(const FolderFiles& files, Unfinished& unfinished) {
+    unfinished = Unfinished();
+    int result = Exists(files, files.journal, unfinished.journal);
+    // The text is there before the index and leaves before it, unless it is thrown away.
+    if (result == 0) result = Exists(files, files.compactionIndex, unfinished.newIndex);
+    if (result == 0) result = Exists(files, files.compactionText, unfinished.newText);
+    if (result < 0 || unfinished.newText || unfinished.newIndex) return result;
+    return LookForOlderPrograms(files, unfinished.newText, unfinished.newIndex);
+}
+
+int FindPairInForce(const FolderFiles& files, const Unfinished& unfinished, Pair& pair) {
+    pair = Pair::Old;
+    if (!unfinished.newIndex) return 0;
+    if (!unfinished.newText) {
+        pair = Pair::NewIndex;
+        return 0;
+    }
+    bool oldOnesHaveMadeWay = false;
+    const int result = OldFilesHaveMadeWay(files, oldOnesHaveMadeWay);
+    if (oldOnesHaveMadeWay) pair = Pair::New;
+    return result;
+}
+
 int FinishInterruptedChanges(const FolderFiles& files) {
-    bool journal = false;
-    bool newText = false;
-    bool newIndex = false;
-    const auto look = [&]() -> int {
-        int result = Exists(files, files.journal, journal);
-        if (result == 0) result = Exists(files, files.compactionText, newText);
-        if (result == 0) result = Exists(files, files.compactionIndex, newIndex);
-        return result == 0 && !newText && !newIndex ? LookForOlderPrograms(files, newText, newIndex) : result;
+    Unfinished unfinished;
+    const auto isFinished = [&unfinished] {
+        return !unfinished.journal && !unfinished.newText && !unfinished.newIndex;
     };
-    int result = look();
-    if (result < 0 || (!journal && !newText && !newIndex)) return result;
+    int result = LookForUnfinished(files, unfinished);
+    if (result < 0 || isFinished()) return result;
     core::WorkspaceLock lock;
     result = files.workspace->Lock(true, lock);
     // Whoever had the lock may have been in the middle of it, and is through now.
-    if (result == 0) result = look();
-    if (result == 0 && journal) result = IndexJournal::Resume(files);
-    if (result == 0 && (newText || newIndex)) result = FinishCompaction(files, newText, newIndex);
+    if (result == 0) result = LookForUnfinished(files, unfinished);
+    if (result == 0 && unfinished.journal) result = IndexJournal::Resume(files);
+    if (result == 0 && (unfinished.newText || unfinished.newIndex))
+        result = FinishCompaction(files, unfinished);
     return result;
 }
 

@@ -47,6 +47,22 @@ struct FolderFiles {
 [[nodiscard]] FolderFiles FilesOf(core::Workspace& workspace, std::string_view bankDirectory,
                                   std::string_view folder);
 
+/// What a change that is going on, or that a crash interrupted, has beside a folder's files.
+struct Unfinished {
+    bool journal = false;
+    bool newText = false;
+    bool newIndex = false;
+};
+[[nodiscard]] int LookForUnfinished(const FolderFiles& files, Unfinished& unfinished);
+
+/// The index and the text that count, whatever their names.
+enum class Pair {
+    Old,       ///< a compaction has not yet taken effect
+    NewIndex,  ///< its text has taken the old one's place, and its index has to follow
+    New,       ///< both have to take the places of the old ones
+};
+[[nodiscard]] int FindPairInForce(const FolderFiles& files, const Unfinished& unfinished, Pair& pair);
+
 /// Finishes or undoes what a crash interrupted in a folder, and does nothing where there was none. Returns 0
 /// or a negated errno value. Takes the lock itself where there is something to do.
 [[nodiscard]] int FinishInterruptedChanges(const FolderFiles& files);

@@ -1,7 +1,9 @@
 #include "store/index_journal.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <span>
 #include <vector>
 
 #include "store/index_record.h"
@@ -43,19 +45,66 @@ int ReadHeader(core::File& file, Header& header) {
     return 0;
 }
 
-int CopyRecords(core::File& journal, core::File& index, const Header& header) {
+/// Copies `count` bytes, or as many as there are.
+int CopyBytes(core::File& from, std::uint64_t fromOffset, std::uint64_t count, core::File& to,
+              std::uint64_t toOffset) {
     std::vector<char> piece(kPieceBytes);
-    std::uint64_t done = 0;
-    const std::uint64_t start = header.firstRecord * kIndexRecordBytes;
-    for (;;) {
-        const std::int64_t count = journal.ReadAt(kHeaderBytes + done, piece);
-        if (count < 0) return static_cast<int>(count);
-        if (count == 0) break;
-        const int written = index.WriteAt(start + done, {piece.data(), static_cast<std::size_t>(count)});
+    for (std::uint64_t done = 0; done < count;) {
+        const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count - done, kPieceBytes));
+        const std::int64_t read = from.ReadAt(fromOffset + done, std::span<char>(piece).first(wanted));
+        if (read <= 0) return static_cast<int>(read);
+        const int written = to.WriteAt(toOffset + done, {piece.data(), static_cast<std::size_t>(read)});
         if (written < 0) return written;
-        done += static_cast<std::uint64_t>(count);
+        done += static_cast<std::uint64_t>(read);
     }
-    return header.cut ? index.Truncate(start + done) : 0;
+    return 0;
+}
+
+int CopyInPlace(const JournalledRecords& journal, core::File& index) {
+    const std::uint64_t start = journal.firstRecord * kIndexRecordBytes;
+    const std::uint64_t bytes = journal.count * kIndexRecordBytes;
+    int result = CopyBytes(*journal.file, kHeaderBytes, bytes, index, start);
+    if (result == 0 && journal.cut) result = index.Truncate(start + bytes);
+    return result < 0 ? result : index.Sync();
+}
+
+std::string UnfinishedName(const FolderFiles& files) {
+    return files.journal + ".$$$";
+}
+
+int CreateUnfinished(const FolderFiles& files, std::unique_ptr<core::File>& file) {
+    const int removed = files.workspace->Remove(UnfinishedName(files));
+    if (removed < 0 && removed != -ENOENT) return removed;
+    return files.workspace->Open(UnfinishedName(files), core::OpenMode::CreateNew, file);
+}
+
+/// Leaves the index to those who are reading it, and puts another in its place that has the journal's records.
+int ReplaceIndex(const FolderFiles& files, const JournalledRecords& journal, core::File& index) {
+    const std::int64_t size = index.Size();
+    if (size < 0) return static_cast<int>(size);
+    const std::uint64_t start = journal.firstRecord * kIndexRecordBytes;
+    const std::uint64_t end = start + journal.count * kIndexRecordBytes;
+    const std::uint64_t oldEnd = journal.cut ? 0 : static_cast<std::uint64_t>(size);
+    std::unique_ptr<core::File> file;
+    int result = CreateUnfinished(files, file);
+    if (result < 0) return result;
+    result = CopyBytes(index, 0, start, *file, 0);
+    if (result == 0) result = CopyBytes(*journal.file, kHeaderBytes, end - start, *file, start);
+    if (result == 0 && oldEnd > end) result = CopyBytes(index, end, oldEnd - end, *file, end);
+    if (result == 0) result = file->Sync();
+    file.reset();
+    if (result == 0) result = files.workspace->Rename(UnfinishedName(files), files.index);
+    if (result == 0) return files.workspace->SyncNames(files.index);
+    static_cast<void>(files.workspace->Remove(UnfinishedName(files)));
+    return result;
+}
+
+int PutInIndex(const FolderFiles& files, const JournalledRecords& journal, core::File& index) {
+    // Asked when the journal is in place: a reader who comes after the question finds that, and needs nothing of what is
+    // written here. Where nobody can be asked, the index is left alone.
+    bool hasReaders = false;
+    if (index.HasReaders(hasReaders) < 0) hasReaders = true;
+    return hasReaders ? ReplaceIndex(files, journal, index) : CopyInPlace(journal, index);
 }
 
 }  // namespace
@@ -64,20 +113,15 @@ int IndexJournal::Begin(std::uint64_t firstRecord) {
     anew_ = false;
     firstRecord_ = firstRecord;
     writtenBytes_ = kHeaderBytes;
-    return CreateUnfinished();
+    buffer_.clear();
+    return CreateUnfinished(*files_, file_);
 }
 
 int IndexJournal::BeginAnew() {
     anew_ = true;
     writtenBytes_ = 0;
-    return CreateUnfinished();
-}
-
-int IndexJournal::CreateUnfinished() {
     buffer_.clear();
-    const int removed = files_->workspace->Remove(UnfinishedName());
-    if (removed < 0 && removed != -ENOENT) return removed;
-    return files_->workspace->Open(UnfinishedName(), core::OpenMode::CreateNew, file_);
+    return CreateUnfinished(*files_, file_);
 }
 
 int IndexJournal::Add(std::string_view records) {
@@ -99,9 +143,9 @@ int IndexJournal::Apply(End end) {
     if (result == 0) result = file_->Sync();
     file_.reset();
     if (result == 0)
-        result = files_->workspace->Rename(UnfinishedName(), anew_ ? files_->index : files_->journal);
+        result = files_->workspace->Rename(UnfinishedName(*files_), anew_ ? files_->index : files_->journal);
     if (result < 0) {
-        static_cast<void>(files_->workspace->Remove(UnfinishedName()));
+        static_cast<void>(files_->workspace->Remove(UnfinishedName(*files_)));
         return result;
     }
     stands_ = true;
@@ -109,20 +153,34 @@ int IndexJournal::Apply(End end) {
     return result < 0 || anew_ ? result : Resume(*files_);
 }
 
-int IndexJournal::Resume(const FolderFiles& files) {
-    std::unique_ptr<core::File> journal;
-    std::unique_ptr<core::File> index;
+std::uint64_t JournalledRecords::OffsetOf(std::uint64_t number) const {
+    return kHeaderBytes + (number - firstRecord) * kIndexRecordBytes;
+}
+
+int IndexJournal::OpenExisting(const FolderFiles& files, JournalledRecords& journal) {
+    int result = files.workspace->OpenExactly(files.journal, core::OpenMode::Read, journal.file);
     Header header;
-    int result = files.workspace->Open(files.journal, core::OpenMode::Read, journal);
-    if (result == 0) result = ReadHeader(*journal, header);
+    if (result == 0) result = ReadHeader(*journal.file, header);
+    if (result < 0) return result;
+    const std::int64_t size = journal.file->Size();
+    if (size < 0) return static_cast<int>(size);
+    journal.firstRecord = header.firstRecord;
+    journal.count = (static_cast<std::uint64_t>(size) - kHeaderBytes) / kIndexRecordBytes;
+    journal.cut = header.cut;
+    return 0;
+}
+
+int IndexJournal::Resume(const FolderFiles& files) {
+    JournalledRecords journal;
+    std::unique_ptr<core::File> index;
+    int result = OpenExisting(files, journal);
     if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::ReadWrite, index);
     // Without an index, or with a header that nobody here wrote, there is nothing to go on with.
     if (result == -ENOENT || result == -EINVAL) {
         const int removed = files.workspace->Remove(files.journal);
         return removed < 0 ? removed : files.workspace->SyncNames(files.journal);
     }
-    if (result == 0) result = CopyRecords(*journal, *index, header);
-    if (result == 0) result = index->Sync();
+    if (result == 0) result = PutInIndex(files, journal, *index);
     if (result == 0) result = files.workspace->Remove(files.journal);
     if (result == 0) result = files.workspace->SyncNames(files.journal);
     return result;

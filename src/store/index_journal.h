@@ -9,9 +9,21 @@
 
 namespace postkite::store {
 
+/// A journal that is there, open for reading. It is whole, and what the index is to be has been decided by it.
+struct JournalledRecords {
+    std::unique_ptr<core::File> file;
+    std::uint64_t firstRecord = 0;  ///< the one of the index whose place the journal's first takes
+    std::uint64_t count = 0;
+    bool cut = false;  ///< the index ends behind them
+
+    /// Where in the journal the index's record `number` stands, which is one of these.
+    [[nodiscard]] std::uint64_t OffsetOf(std::uint64_t number) const;
+};
+
 /// Records that are to stand in an index in the place of others. They are gathered in a file beside, which
 /// reaches the disk whole before the index is touched, so that a crash leaves the old records or the new
-/// ones. Hold the lock from the making of the object to its end.
+/// ones. An index that somebody is reading is not touched at all: a new one takes its place. Hold the lock from the making
+/// of the object to its end.
 class IndexJournal {
   public:
     explicit IndexJournal(const FolderFiles& files) : files_(&files) {}
@@ -37,10 +49,12 @@ class IndexJournal {
     /// Puts the records of a journal that a crash left in the index.
     [[nodiscard]] static int Resume(const FolderFiles& files);
 
+    /// Opens the journal that is there, if it is one that `Resume` would go on with: -ENOENT where there is none, -EINVAL
+    /// for any other file. Needs no lock.
+    [[nodiscard]] static int OpenExisting(const FolderFiles& files, JournalledRecords& journal);
+
   private:
-    [[nodiscard]] int CreateUnfinished();
     [[nodiscard]] int Flush();
-    [[nodiscard]] std::string UnfinishedName() const { return files_->journal + ".$$$"; }
 
     const FolderFiles* files_;
     std::unique_ptr<core::File> file_;

@@ -115,6 +115,9 @@ class HugeLine final : public File {
     std::int64_t Size() override { return -EBADF; }
     int Truncate(std::uint64_t) override { return -EBADF; }
     int Sync() override { return -EBADF; }
+    int Identify(FileIdentity&) override { return -EBADF; }
+    int BeginReading() override { return -EBADF; }
+    int HasReaders(bool&) override { return -EBADF; }
 
     std::size_t mostAsked = 0;
 };

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <tuple>
 
 namespace postkite::core {
 namespace {
@@ -139,6 +140,36 @@ TEST_F(SystemFileSystemTest, InspectsWhatALinkLeadsTo) {
     EXPECT_EQ(KindOf("toFile"), EntryKind::File);
     EXPECT_EQ(KindOf("toDirectory"), EntryKind::Directory);
     EXPECT_EQ(KindOf("dangling"), EntryKind::Missing);
+}
+
+TEST_F(SystemFileSystemTest, AFilesReadersAreKnownToWhoeverHasItOpen) {
+    const auto hasReaders = [this] {
+        bool has = false;
+        EXPECT_EQ(file->HasReaders(has), 0);
+        return has;
+    };
+    std::unique_ptr<File> readers[2];
+    for (auto& reader : readers) {
+        ASSERT_EQ(disk.Open(directory / "a", OpenMode::Read, reader), 0);
+        EXPECT_FALSE(&reader == readers && hasReaders()) << "an open file alone is no reader";
+        EXPECT_EQ(reader->BeginReading(), 0);
+    }
+    EXPECT_EQ(file->BeginReading(), 0);
+    for (auto& reader : readers) {
+        EXPECT_TRUE(hasReaders());
+        reader.reset();
+    }
+    EXPECT_FALSE(hasReaders()) << "it does not count itself";
+
+    ASSERT_EQ(disk.Rename(directory / "a", directory / "b"), 0);
+    FileIdentity identities[3];
+    for (const auto& [name, mode, place] :
+         {std::tuple("b", OpenMode::Read, 0), {"b", OpenMode::ReadWrite, 1}, {"a", OpenMode::CreateNew, 2}}) {
+        ASSERT_EQ(disk.Open(directory / name, mode, readers[0]), 0);
+        ASSERT_EQ(readers[0]->Identify(identities[place]), 0);
+    }
+    EXPECT_TRUE(identities[0] == identities[1]);
+    EXPECT_FALSE(identities[0] == identities[2]);
 }
 
 TEST_F(SystemFileSystemTest, ALockKeepsTheNextHolderOut) {

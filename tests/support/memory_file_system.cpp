@@ -57,6 +57,12 @@ class Content {
 struct MemoryFileSystem::Node {
     explicit Node(bool isADirectory) : isDirectory(isADirectory) {}
 
+    void ForgetReaders() {
+        readers = 0;
+        for (const auto& [name, node] : entries)
+            node->ForgetReaders();
+    }
+
     void Revert(NamesKept names) {
         content.Revert();
         if (names == NamesKept::Durable) entries = durableEntries;
@@ -66,6 +72,7 @@ struct MemoryFileSystem::Node {
     }
 
     bool isDirectory;
+    int readers = 0;  ///< open files that have said so
     Content content;
     std::map<std::string, std::shared_ptr<Node>> entries;
     std::map<std::string, std::shared_ptr<Node>> durableEntries;
@@ -75,6 +82,9 @@ class MemoryFileSystem::OpenFile final : public core::File {
   public:
     OpenFile(MemoryFileSystem& fileSystem, std::shared_ptr<Node> node, bool writable)
         : fileSystem_(&fileSystem), node_(std::move(node)), writable_(writable), run_(fileSystem.run_) {}
+    ~OpenFile() override {
+        if (IsReading()) --node_->readers;
+    }
 
     std::int64_t ReadAt(std::uint64_t offset, std::span<char> buffer) override {
         if (const int error = Enter(); error < 0) return error;
@@ -115,7 +125,26 @@ class MemoryFileSystem::OpenFile final : public core::File {
         return error;
     }
 
+    int Identify(core::FileIdentity& identity) override {
+        identity = {0, reinterpret_cast<std::uintptr_t>(node_.get())};
+        return Enter();
+    }
+
+    int BeginReading() override {
+        const int error = Enter();
+        if (error == 0 && !IsReading()) ++node_->readers;
+        isReading_ |= error == 0;
+        return error;
+    }
+
+    int HasReaders(bool& hasReaders) override {
+        hasReaders = node_->readers > (IsReading() ? 1 : 0);
+        return Enter();
+    }
+
   private:
+    /// Those of an earlier program do not count.
+    [[nodiscard]] bool IsReading() const { return isReading_ && run_ == fileSystem_->run_; }
     [[nodiscard]] int Enter() {
         const int error = fileSystem_->Enter();
         return error == 0 && run_ != fileSystem_->run_ ? -EBADF : error;
@@ -131,6 +160,7 @@ class MemoryFileSystem::OpenFile final : public core::File {
     MemoryFileSystem* fileSystem_;
     std::shared_ptr<Node> node_;
     bool writable_;
+    bool isReading_ = false;
     int run_;
 };
 
@@ -198,6 +228,7 @@ void MemoryFileSystem::Restart() {
     stopped_ = false;
     struck_ = false;
     locked_.clear();
+    root_->ForgetReaders();
     ++run_;
 }
 
