@@ -41,21 +41,20 @@ constexpr std::array kCurrentFields = {
     index_field::kSpare2,     index_field::kSpare3,
 };
 
-bool IsLineEndOfCurrent(std::size_t offset) {
-    return std::any_of(kCurrentFields.begin(), kCurrentFields.end(),
-                       [offset](IndexField field) { return field.offset + field.width == offset; });
-}
-
-/// Whether an index that begins with `start`, its first record or what there is of it, is a current one.
+/// Whether an index that begins with `start`, its first record or what there is of it, is a current one: with
+/// line ends behind the fields and nowhere else.
 bool BeginsLikeCurrent(std::string_view start) {
     const std::string_view mark = FieldOf(start, index_field::kLayoutMark);
     if (mark != (start.starts_with(' ') ? "  " : "30")) return false;
-    for (std::size_t at = 0; at < start.size(); ++at) {
-        const bool lineEnd = IsLineEndOfCurrent(at);
-        if ((start[at] == '\r') != lineEnd) return false;
-        if (lineEnd && at + 1 < start.size() && start[at + 1] != '\n') return false;
+    std::size_t at = 0;
+    for (const IndexField field : kCurrentFields) {
+        const std::size_t end = field.offset + field.width;
+        if (end >= start.size()) break;
+        if (start.find('\r', at) != end) return false;
+        at = end + 1;
+        if (at < start.size() && start[at] != '\n') return false;
     }
-    return true;
+    return start.find('\r', at) == std::string_view::npos;
 }
 
 /// Where the line end of a live record's offset line stands; nothing for what is no such line.
@@ -96,6 +95,16 @@ std::size_t CountPlausibleRecords(std::string_view index, std::size_t recordByte
         if (beginning >= Beginning::Deleted) ++certain;
     }
     return wrong * 4 <= looked ? certain : 0;
+}
+
+/// Whether `index` is whole records of today's length that begin as today's do, whatever has become of the rest of them.
+bool HasMarksOfCurrent(std::string_view index) {
+    if (index.empty() || index.size() % kIndexRecordBytes != 0) return false;
+    for (std::size_t at = 0; at < index.size(); at += kIndexRecordBytes) {
+        const std::string_view mark = index.substr(at + index_field::kLayoutMark.offset, 4);
+        if (mark != "30\r\n" && mark != "  \r\n") return false;
+    }
+    return true;
 }
 
 int ReadStart(core::File& file, std::size_t count, std::string& bytes) {
@@ -151,6 +160,8 @@ int DetectLayout(core::File& index, FolderLayout& layout) {
     for (std::size_t at = 0; at + kIndexRecordBytes <= start.size(); at += kIndexRecordBytes) {
         if (BeginsLikeCurrent(std::string_view(start).substr(at, kIndexRecordBytes))) return result;
     }
+    // So an index of few mails stays what it is when compaction leaves only the damaged ones.
+    if (HasMarksOfCurrent(start)) return result;
     const std::size_t plausibleV2 = CountPlausibleRecords(start, kIndexRecordBytesV2);
     const std::size_t plausibleV1 =
         CountPlausibleRecords(start.substr(0, kRecordsLookedAt * kIndexRecordBytesV1), kIndexRecordBytesV1);

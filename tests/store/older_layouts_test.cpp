@@ -87,6 +87,12 @@ TEST_F(OlderLayoutsTest, NoCurrentFolderIsTakenForAnOlderOne) {
         EXPECT_EQ(Detect(std::string(size, '\0')), FolderLayout::Current);
         EXPECT_EQ(Detect(std::string(size, ' ')), FolderLayout::Current);
     }
+    std::string damaged = "0                   30\r\n";
+    damaged.resize(kIndexRecordBytes, ' ');
+    damaged.replace(700 + 22, 2, "\r\n");
+    EXPECT_EQ(Detect(damaged), FolderLayout::Current) << "the only mail, like one of V2 and a deleted one";
+    damaged.replace(20, 2, "20");
+    EXPECT_EQ(Detect(damaged), FolderLayout::V2);
     FolderLayout layout{};
     EXPECT_EQ(DetectLayout(FilesOf(workspace, "", "Nowhere"), layout), 0);
     EXPECT_EQ(layout, FolderLayout::Current);
