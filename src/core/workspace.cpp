@@ -281,7 +281,7 @@ int Workspace::Copy(std::string_view name, std::string_view copyName) {
     result = CreateAnew(beside, copy);
     if (result < 0) return result;
 
-    constexpr std::size_t kPieceBytes = 256 * 1024;
+    constexpr std::size_t kPieceBytes = 32 * 1024;
     std::vector<char> piece(kPieceBytes);
     std::uint64_t offset = 0;
     for (;;) {

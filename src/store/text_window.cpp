@@ -9,7 +9,10 @@ namespace postkite::store {
 
 namespace {
 
+/// One mail is wanted more often than a whole file: the first block is small.
+constexpr std::size_t kFirstBlockBytes = 16 * 1024;
 constexpr std::size_t kBlockBytes = 256 * 1024;
+constexpr std::size_t kGrowth = 4;
 
 }  // namespace
 
@@ -19,7 +22,10 @@ std::string_view TextWindow::At(std::uint64_t offset, std::size_t count) {
         // What is here already of the piece is moved to the front, not read again.
         const std::size_t kept = begins ? static_cast<std::size_t>(start_ + bytes_ - offset) : 0;
         if (kept > 0) std::memmove(block_.data(), block_.data() + (offset - start_), kept);
-        block_.resize(std::max({block_.size(), count, kBlockBytes}));
+        // A block that was not filled has the file's end in it.
+        const bool filled = bytes_ == block_.size();
+        const std::size_t next = std::clamp(block_.size() * kGrowth, kFirstBlockBytes, kBlockBytes);
+        block_.resize(std::max({block_.size(), count, filled ? next : 0}));
         const std::int64_t read = file_->ReadAt(offset + kept, std::span<char>(block_).subspan(kept));
         if (read < 0) error_ = static_cast<int>(read);
         start_ = offset;
