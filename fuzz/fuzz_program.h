@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -18,9 +19,11 @@
 /// What the targets of the mail store have in common.
 namespace postkite::fuzz {
 
-/// Ends the run and has the input kept; the stack shows which check it was.
-inline void Check(bool holds) {
-    if (!holds) std::abort();
+/// Ends the run and has the input kept, having said which check it was.
+inline void Check(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+    if (holds) return;
+    std::fprintf(stderr, "%s:%d: a check does not hold\n", file, line);
+    std::abort();
 }
 
 /// Stands between the parts of an input that is several files.

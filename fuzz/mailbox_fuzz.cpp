@@ -46,12 +46,20 @@ bool IsKept(const Mail& before, const Mail& after) {
                        [&](auto field) { return before.record.*field == after.record.*field; });
 }
 
-void CheckListEntry(store::Mailbox& mailbox, int number, const std::string& index) {
+/// A mail read by itself is the one that was read among all. One of them stands for all.
+void CheckAlone(store::Mailbox& mailbox, const Mails& mails, std::size_t number) {
+    MailRecord alone;
+    Check(mailbox.ReadMail("Inbox", static_cast<int>(mails.size()), alone, 0) == -1);
+    if (mails.empty()) return;
+    const Mail& mail = mails[number % mails.size()];
+    const int record = static_cast<int>(number % mails.size());
+    const int read = mailbox.ReadMail("Inbox", record, alone, 0);
+    Check((read == 0) == (mail.condition != Condition::Damaged) && alone.body == mail.record.body);
     store::MailListEntry entry;
     entry.ownerValue = 7;
-    Check(mailbox.ReadListEntry("Inbox", number, entry) == 0 && entry.ownerValue == 7);
-    Check(entry.subject.view() == fuzz::UpToZero(FieldOf(index, store::index_field::kSubject)));
-    const std::string messageId(FieldOf(index, store::index_field::kMessageId));
+    Check(mailbox.ReadListEntry("Inbox", record, entry) == 0 && entry.ownerValue == 7);
+    Check(entry.subject.view() == fuzz::UpToZero(FieldOf(mail.index, store::index_field::kSubject)));
+    const std::string messageId(FieldOf(mail.index, store::index_field::kMessageId));
     Check(fuzz::UpToZero(messageId).starts_with(entry.messageId.view()));
 }
 
@@ -90,17 +98,8 @@ Mails ReadAll(support::MemoryFileSystem& disk, store::Mailbox& mailbox) {
             reader.ReadMail(number, store::MAIL_BODY_MAX - store::kReadHeadroomBytes, mail.record);
         if (mail.index.front() == ' ') Check(mail.condition == Condition::Damaged);
         CheckPlace(mail, text);
-        // Opening the folder for each is what takes the time.
-        if (number < 2) {
-            MailRecord alone;
-            const int read = mailbox.ReadMail("Inbox", number, alone, 0);
-            Check((read == 0) == (mail.condition != Condition::Damaged) && alone.body == mail.record.body);
-            CheckListEntry(mailbox, number, mail.index);
-        }
         mails.push_back(std::move(mail));
     }
-    MailRecord none;
-    Check(mailbox.ReadMail("Inbox", count, none, 0) == -1);
     return mails;
 }
 
@@ -162,8 +161,10 @@ void CheckCompaction(support::MemoryFileSystem& disk, fuzz::Program& program, co
         return std::count_if(mails.begin(), mails.end(),
                              [condition](const Mail& mail) { return mail.condition == condition; });
     };
-    // The second time there is nothing new to be told.
-    for (int round = 0; round < 2; ++round) {
+    // The second time there is nothing new to be told, but of damaged mails: one that lacks header lines takes some of what
+    // is behind it for its own.
+    const bool twice = count(Condition::Damaged) == 0 && (count(Condition::Cut) > 0 || text->size() % 4 == 0);
+    for (int round = 0; round < (twice ? 2 : 1); ++round) {
         std::size_t copied = 0;
         Check(program.mailbox.CompactText("Inbox", [&copied] { ++copied; }) == 0 && copied == mails.size());
         const Mails after = ReadAll(disk, program.mailbox);
@@ -199,8 +200,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         CheckOlderFolder(disk, program, mail);
         return 0;
     }
-    Mails mails = CheckAppending(disk, program, mail, ReadAll(disk, program.mailbox));
+    // Not all with every input: each opens the folder again and again, which is what takes the time.
+    const std::size_t choice = parts[2].size() % 4;
+    Mails mails = ReadAll(disk, program.mailbox);
+    if (choice == 0) CheckAlone(program.mailbox, mails, size);
+    if (choice <= 1) mails = CheckAppending(disk, program, mail, mails);
+    if (choice == 0) return 0;
     CheckListCompaction(disk, program.mailbox, mails);
+    // Damaged records alone, their marks too, can look like anything.
+    Check(DetectLayout(program.mailbox.FilesOf("Inbox"), layout) == 0);
+    if (layout != store::FolderLayout::Current) return 0;
     CheckCompaction(disk, program, mails);
     return 0;
 }

@@ -11,6 +11,17 @@ using std::filesystem::path;
 
 namespace {
 
+// By the bytes: taking a path apart as such is most of what a call would cost.
+std::string_view ParentOf(const path& entry) {
+    const std::string_view whole = entry.native();
+    return whole.substr(0, whole.rfind('/'));
+}
+
+std::string_view NameOf(const path& entry) {
+    const std::string_view whole = entry.native();
+    return whole.substr(whole.rfind('/') + 1);
+}
+
 /// A file's bytes, and what to undo to have those of its last sync again. Cheap for many appends to a large
 /// file.
 class Content {
@@ -74,8 +85,8 @@ struct MemoryFileSystem::Node {
     bool isDirectory;
     int readers = 0;  ///< open files that have said so
     Content content;
-    std::map<std::string, std::shared_ptr<Node>> entries;
-    std::map<std::string, std::shared_ptr<Node>> durableEntries;
+    std::map<std::string, std::shared_ptr<Node>, std::less<>> entries;
+    std::map<std::string, std::shared_ptr<Node>, std::less<>> durableEntries;
 };
 
 class MemoryFileSystem::OpenFile final : public core::File {
@@ -208,12 +219,12 @@ void MemoryFileSystem::PutDirectory(const path& directory) {
 }
 
 std::optional<std::string> MemoryFileSystem::Get(const path& file) const {
-    const std::shared_ptr<Node> node = Find(file);
+    const std::shared_ptr<Node> node = Find(file.native());
     return node == nullptr || node->isDirectory ? std::nullopt : std::optional(node->content.bytes());
 }
 
 std::vector<std::string> MemoryFileSystem::Names(const path& directory) const {
-    const std::shared_ptr<Node> node = Find(directory);
+    const std::shared_ptr<Node> node = Find(directory.native());
     std::vector<std::string> names;
     if (node == nullptr) return names;
     for (const auto& entry : node->entries)
@@ -248,7 +259,7 @@ int MemoryFileSystem::Enter() {
 }
 
 /// The same for a call on what stands in a directory.
-int MemoryFileSystem::EnterDirectory(const path& directory, std::shared_ptr<Node>& node) {
+int MemoryFileSystem::EnterDirectory(std::string_view directory, std::shared_ptr<Node>& node) {
     if (const int error = Enter(); error < 0) return error;
     node = Find(directory);
     if (node == nullptr) return -ENOENT;
@@ -256,26 +267,29 @@ int MemoryFileSystem::EnterDirectory(const path& directory, std::shared_ptr<Node
 }
 
 /// nullptr where there is nothing.
-std::shared_ptr<MemoryFileSystem::Node> MemoryFileSystem::Find(const path& wanted) const {
-    std::shared_ptr<Node> found = root_;
-    for (const path& component : wanted.relative_path()) {
-        const auto entry = found->entries.find(component);
-        if (entry == found->entries.end()) return nullptr;
-        found = std::shared_ptr<Node>(entry->second);
+std::shared_ptr<MemoryFileSystem::Node> MemoryFileSystem::Find(std::string_view left) const {
+    const std::shared_ptr<Node>* found = &root_;
+    while (!left.empty()) {
+        const std::string_view component = left.substr(0, left.find('/'));
+        left.remove_prefix(std::min(component.size() + 1, left.size()));
+        if (component.empty()) continue;
+        const auto entry = (*found)->entries.find(component);
+        if (entry == (*found)->entries.end()) return nullptr;
+        found = &entry->second;
     }
-    return found;
+    return *found;
 }
 
 int MemoryFileSystem::Open(const path& wanted, OpenMode mode, std::unique_ptr<core::File>& file) {
     std::shared_ptr<Node> directory;
-    if (const int error = EnterDirectory(wanted.parent_path(), directory); error < 0) return error;
-    std::shared_ptr<Node> node = Find(wanted);
+    if (const int error = EnterDirectory(ParentOf(wanted), directory); error < 0) return error;
+    std::shared_ptr<Node> node = Find(wanted.native());
     if (node != nullptr && mode == OpenMode::CreateNew) return -EEXIST;
     if (node != nullptr && node->isDirectory) return -EISDIR;
     if (node == nullptr) {
         if (mode == OpenMode::Read || mode == OpenMode::ReadWrite) return -ENOENT;
         node = std::make_shared<Node>(false);
-        directory->entries[wanted.filename()] = node;
+        directory->entries[std::string(NameOf(wanted))] = node;
     }
     file = std::make_unique<OpenFile>(*this, std::move(node), mode != OpenMode::Read);
     return 0;
@@ -283,7 +297,7 @@ int MemoryFileSystem::Open(const path& wanted, OpenMode mode, std::unique_ptr<co
 
 int MemoryFileSystem::Inspect(const path& entry, EntryKind& kind) {
     if (const int error = Enter(); error < 0) return error;
-    const std::shared_ptr<Node> node = Find(entry);
+    const std::shared_ptr<Node> node = Find(entry.native());
     kind = EntryKind::Missing;
     if (node != nullptr) kind = node->isDirectory ? EntryKind::Directory : EntryKind::File;
     return 0;
@@ -292,7 +306,7 @@ int MemoryFileSystem::Inspect(const path& entry, EntryKind& kind) {
 int MemoryFileSystem::List(const path& directory, std::vector<path>& names) {
     names.clear();
     std::shared_ptr<Node> node;
-    if (const int error = EnterDirectory(directory, node); error < 0) return error;
+    if (const int error = EnterDirectory(directory.native(), node); error < 0) return error;
     // Backwards, since nobody may rely on an order.
     for (auto entry = node->entries.rbegin(); entry != node->entries.rend(); ++entry)
         names.emplace_back(entry->first);
@@ -301,47 +315,48 @@ int MemoryFileSystem::List(const path& directory, std::vector<path>& names) {
 
 int MemoryFileSystem::Rename(const path& from, const path& to) {
     std::shared_ptr<Node> target;
-    if (const int error = EnterDirectory(to.parent_path(), target); error < 0) return error;
-    const std::shared_ptr<Node> node = Find(from);
-    const std::shared_ptr<Node> replaced = Find(to);
+    if (const int error = EnterDirectory(ParentOf(to), target); error < 0) return error;
+    const std::shared_ptr<Node> node = Find(from.native());
+    const std::shared_ptr<Node> replaced = Find(to.native());
     if (node == nullptr) return -ENOENT;
     if (node == replaced) return 0;
     if (replaced != nullptr) {
         if (replaced->isDirectory != node->isDirectory) return replaced->isDirectory ? -EISDIR : -ENOTDIR;
         if (!replaced->entries.empty()) return -ENOTEMPTY;
     }
-    Find(from.parent_path())->entries.erase(from.filename());
-    target->entries[to.filename()] = node;
+    Find(ParentOf(from))->entries.erase(std::string(NameOf(from)));
+    target->entries[std::string(NameOf(to))] = node;
     return 0;
 }
 
 int MemoryFileSystem::Remove(const path& entry) {
     std::shared_ptr<Node> directory;
-    if (const int error = EnterDirectory(entry.parent_path(), directory); error < 0) return error;
-    const std::shared_ptr<Node> node = Find(entry);
+    if (const int error = EnterDirectory(ParentOf(entry), directory); error < 0) return error;
+    const std::shared_ptr<Node> node = Find(entry.native());
     if (node == nullptr) return -ENOENT;
     if (node->isDirectory) return -EISDIR;
-    directory->entries.erase(entry.filename());
+    directory->entries.erase(std::string(NameOf(entry)));
     return 0;
 }
 
 int MemoryFileSystem::CreateDirectory(const path& wanted) {
     std::shared_ptr<Node> parent;
-    if (const int error = EnterDirectory(wanted.parent_path(), parent); error < 0) return error;
-    const bool made = parent->entries.try_emplace(wanted.filename(), std::make_shared<Node>(true)).second;
+    if (const int error = EnterDirectory(ParentOf(wanted), parent); error < 0) return error;
+    const bool made =
+        parent->entries.try_emplace(std::string(NameOf(wanted)), std::make_shared<Node>(true)).second;
     return made ? 0 : -EEXIST;
 }
 
 int MemoryFileSystem::SyncDirectory(const path& directory) {
     std::shared_ptr<Node> node;
-    const int error = EnterDirectory(directory, node);
+    const int error = EnterDirectory(directory.native(), node);
     if (error == 0) node->durableEntries = node->entries;
     return error;
 }
 
 int MemoryFileSystem::Lock(const path& directory, bool wait, std::unique_ptr<core::FileLock>& lock) {
     std::shared_ptr<Node> node;
-    if (const int error = EnterDirectory(directory, node); error < 0) return error;
+    if (const int error = EnterDirectory(directory.native(), node); error < 0) return error;
     if (!locked_.insert(node.get()).second) return wait ? -EDEADLK : -EWOULDBLOCK;
     lock = std::make_unique<HeldLock>(*this, node.get());
     return 0;

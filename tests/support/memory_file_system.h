@@ -30,7 +30,9 @@ class MemoryFileSystem final : public core::FileSystem {
     void PutDirectory(const std::filesystem::path& path);
     /// The written content; nullopt where there is no file.
     [[nodiscard]] std::optional<std::string> Get(const std::filesystem::path& path) const;
-    [[nodiscard]] bool Exists(const std::filesystem::path& path) const { return Find(path) != nullptr; }
+    [[nodiscard]] bool Exists(const std::filesystem::path& path) const {
+        return Find(path.native()) != nullptr;
+    }
     /// The names in a directory, in order.
     [[nodiscard]] std::vector<std::string> Names(const std::filesystem::path& directory) const;
 
@@ -79,8 +81,8 @@ class MemoryFileSystem final : public core::FileSystem {
     };
 
     [[nodiscard]] int Enter();
-    [[nodiscard]] int EnterDirectory(const std::filesystem::path& path, std::shared_ptr<Node>& node);
-    [[nodiscard]] std::shared_ptr<Node> Find(const std::filesystem::path& path) const;
+    [[nodiscard]] int EnterDirectory(std::string_view path, std::shared_ptr<Node>& node);
+    [[nodiscard]] std::shared_ptr<Node> Find(std::string_view path) const;
     [[nodiscard]] std::shared_ptr<Node> MakeDirectories(const std::filesystem::path& path);
 
     std::shared_ptr<Node> root_;
