@@ -196,7 +196,7 @@ int Store(store::Mailbox& mailbox, std::string_view outbox, int answeredNumber, 
         return -1;
     }
     if (mailbox.Commit(*writer, outbox) < 0) return -1;
-    reply = {number, record.localId};
+    reply = {number, record.localId, false};
     return 0;
 }
 
@@ -217,7 +217,7 @@ int MakeReply(store::Mailbox& mailbox, const core::Settings& settings, const cor
         Compose(mailbox, settings, clock, mailbox.FilesOf(answered.folder), original, answered.folder);
     record.body += text;
     if (Store(mailbox, outbox, answered.recordNumber, record, reply) < 0) return -1;
-    static_cast<void>(mailbox.SetFlag(answered.folder, answered.recordNumber, store::flag::kReply, 'R'));
+    reply.marked = mailbox.SetFlag(answered.folder, answered.recordNumber, store::flag::kReply, 'R') == 0;
     return 0;
 }
 

@@ -19,6 +19,7 @@ struct AnsweredMail {
 struct Reply {
     int recordNumber = -1;
     std::string localId;
+    bool marked = false;  ///< whether the answered mail has its mark; if not, the user knows why
 };
 
 /// Appends a reply to the folder `outbox` and marks the answered mail. `text` is the person's own, code page 932
@@ -30,7 +31,7 @@ struct Reply {
 /// answer to that message; to a mail that was written here, to its own recipients; any other to the sender. It is
 /// not reserved for sending.
 ///
-/// Returns 0 with the reply on the disk for good, also where the mark cannot be set, which the user knows then;
+/// Returns 0 with the reply on the disk for good, also where the mark cannot be set, which `reply` says then;
 /// or -1 and nothing has changed, and the user knows why: the mail is not there or cannot be read whole, the
 /// reply would be too long. Takes the lock. An Outbox of an older layout is converted first, if the user wants it.
 [[nodiscard]] int MakeReply(store::Mailbox& mailbox, const core::Settings& settings, const core::Clock& clock,

@@ -73,8 +73,8 @@ class TextMarks {
     void Add(std::string_view record) {
         const auto offset = TextOffsetOf(record);
         if (text_ == nullptr || !offset) return;
-        const auto flagBytes = FlagLineBytes(*text_, *offset, record);
-        if (flagBytes && *flagBytes > flag::kDeleted) offsets_.push_back(*offset);
+        if (FlagLineBytes(*text_, *offset, record) > static_cast<std::int64_t>(flag::kDeleted))
+            offsets_.push_back(*offset);
     }
 
     /// Not synced, and no matter if it fails: no record leads there any more.

@@ -45,8 +45,8 @@ int FolderMarker::ReadRecord(int recordNumber, std::string_view& record) {
     return 0;
 }
 
-std::optional<std::size_t> FolderMarker::FlagLineBytes(std::uint64_t textOffset) {
-    if (text_ == nullptr) return std::nullopt;
+std::int64_t FolderMarker::FlagLineBytes(std::uint64_t textOffset) {
+    if (text_ == nullptr) return 0;
     return store::FlagLineBytes(*text_, textOffset, record_);
 }
 
@@ -57,8 +57,9 @@ int FolderMarker::SetFlag(int recordNumber, std::size_t position, char character
     if (read < 0) return read;
     const auto textOffset = TextOffsetOf(record);
     if (!textOffset) return -EINVAL;
-    const auto flagBytes = FlagLineBytes(*textOffset);
-    if (!flagBytes || position >= *flagBytes) return -EINVAL;
+    const std::int64_t flagBytes = FlagLineBytes(*textOffset);
+    if (flagBytes < 0) return static_cast<int>(flagBytes);
+    if (static_cast<std::int64_t>(position) >= flagBytes) return -EINVAL;
     if (DecidesMailsFate(position)) mustSync_ = true;
     const std::string_view mark(&character, 1);
     const std::uint64_t start = static_cast<std::uint64_t>(recordNumber) * kIndexRecordBytes;
@@ -107,8 +108,8 @@ int FolderMarker::MarkDeleted(int recordNumber) {
     mustSync_ = true;
     int result = index_->WriteAt(start + index_field::kFlags.offset + flag::kDeleted, "x");
     if (result == 0 && textOffset) {
-        const auto flagBytes = FlagLineBytes(*textOffset);
-        if (flagBytes && *flagBytes > flag::kDeleted)
+        // A text that cannot be read keeps nobody from deleting: the index decides.
+        if (FlagLineBytes(*textOffset) > static_cast<std::int64_t>(flag::kDeleted))
             result = text_->WriteAt(*textOffset + flag::kDeleted, "x");
     }
     return result < 0 ? result : index_->WriteAt(start, std::string(kDeletedBlankBytes, ' '));

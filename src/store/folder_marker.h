@@ -1,7 +1,7 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
-#include <optional>
 #include <string_view>
 
 #include "core/clock.h"
@@ -37,8 +37,9 @@ class FolderMarker {
 
   private:
     [[nodiscard]] int ReadRecord(int recordNumber, std::string_view& record);
-    /// The length of the flag line of the mail that was read last; nothing where the text holds another mail there or none.
-    [[nodiscard]] std::optional<std::size_t> FlagLineBytes(std::uint64_t textOffset);
+    /// The length of the flag line of the mail that was read last; 0 where the text holds another mail there or none; a
+    /// negated errno value.
+    [[nodiscard]] std::int64_t FlagLineBytes(std::uint64_t textOffset);
     [[nodiscard]] int StampSendingDate(int recordNumber, std::uint64_t textOffset, const core::Clock& clock);
 
     core::WorkspaceLock lock_;

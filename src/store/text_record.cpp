@@ -99,17 +99,15 @@ std::string_view IdentifierLineOf(std::string_view textRecord) {
     return second.substr(0, second.find('\r'));
 }
 
-std::optional<std::size_t> FlagLineBytes(core::File& text, std::uint64_t offset,
-                                         std::string_view indexRecord) {
+std::int64_t FlagLineBytes(core::File& text, std::uint64_t offset, std::string_view indexRecord) {
     // The flags and the identifier, each with its line end.
     std::array<char, index_field::kFlags.width + 2 + index_field::kLocalId.width + 2> lines{};
     const std::int64_t count = text.ReadAt(offset, lines);
-    if (count <= 0) return std::nullopt;
+    if (count <= 0) return count;
     const std::string_view read(lines.data(), static_cast<std::size_t>(count));
     const std::size_t end = read.find('\r');
-    if (end == std::string_view::npos || end > index_field::kFlags.width || end + 2 > read.size())
-        return std::nullopt;
-    return BearsIdentifierOf(indexRecord, IdentifierLineOf(read)) ? std::optional(end) : std::nullopt;
+    if (end == std::string_view::npos || end > index_field::kFlags.width || end + 2 > read.size()) return 0;
+    return BearsIdentifierOf(indexRecord, IdentifierLineOf(read)) ? static_cast<std::int64_t>(end) : 0;
 }
 
 TextRecordFault ReadTextRecord(TextWindow& text, std::uint64_t offset, std::size_t bodyLimit,

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -46,10 +45,10 @@ void FormatHeaderLines(const MailRecord& record, std::string& output);
 /// The second line of a mail's bytes, its identifier.
 [[nodiscard]] std::string_view IdentifierLineOf(std::string_view textRecord);
 
-/// The length of the flag line of the mail at `offset` that the index record, 900 bytes, stands for; nothing where the
-/// text holds another mail there or none.
-[[nodiscard]] std::optional<std::size_t> FlagLineBytes(core::File& text, std::uint64_t offset,
-                                                       std::string_view indexRecord);
+/// The length of the flag line of the mail at `offset` that the index record, 900 bytes, stands for; 0 where the text
+/// holds another mail there or none; a negated errno value.
+[[nodiscard]] std::int64_t FlagLineBytes(core::File& text, std::uint64_t offset,
+                                         std::string_view indexRecord);
 
 enum class TextRecordFault {
     None,

@@ -168,6 +168,8 @@ TEST_F(ReplyTest, AReplyIsWholeOrAbsentAndTheMarkComesBehindIt) {
         EXPECT_EQ(mails.size(), made == 0 ? 1U : 0U) << call;
         if (made == 0) {
             EXPECT_TRUE(mails[0].ends_with(">two\r\nmine\r\n")) << call;
+            EXPECT_EQ(program.Mark("Inbox") == 'R', program.reply.marked) << call;
+            EXPECT_EQ(program.ui.messages.empty(), program.reply.marked) << call;
         } else {
             EXPECT_EQ(program.Mark("Inbox"), 'r') << call;
             EXPECT_FALSE(program.ui.messages.empty()) << call;

@@ -32,7 +32,9 @@ int MakeReply(CommandContext& context, const ReplyOptions& options) {
     app::Reply reply;
     const int made = app::MakeReply(program.mailbox(), program.settings(), folder->session->clock,
                                     {folder->name, options.number}, outbox, text, reply);
-    return made < 0 ? kRefused : PrintWrittenMail(context, outbox, reply.recordNumber, reply.localId);
+    if (made < 0) return kRefused;
+    const int printed = PrintWrittenMail(context, outbox, reply.recordNumber, reply.localId);
+    return reply.marked ? printed : kRefused;
 }
 
 }  // namespace
