@@ -46,9 +46,13 @@ class Context:
     only: str            # one case to do again, as a violation named it; empty for all
 
     def __post_init__(self):
-        self.random = random.Random(f"{self.regime} {self.seed}")
         self.begin = time.monotonic()
         self.short = self.minutes == 0
+        self.begin_round(self.seed)
+
+    def begin_round(self, seed):
+        """Chance begins again, so that a case of any round can be done again by that round's seed alone."""
+        self.random = random.Random(f"{self.regime} {seed}")
 
     def expired(self):
         return self.minutes > 0 and time.monotonic() - self.begin >= self.minutes * 60
@@ -76,13 +80,16 @@ class Context:
 
     def postkite(self, directory, *arguments, text=b"", seconds=60, **more):
         """Runs one command to its end. `more` is added to the environment. Killed after `seconds`: TimeoutExpired."""
-        command = [self.program("postkite"), "--dir", directory, "--yes", *arguments]
-        return subprocess.run([str(part) for part in command], input=text, capture_output=True, timeout=seconds,
+        return subprocess.run(self.spell(directory, *arguments), input=text, capture_output=True, timeout=seconds,
                               env=self.environment(**more), check=False)
 
-    def again(self, case):
+    def spell(self, directory, *arguments):
+        command = [self.program("postkite"), "--dir", directory, "--yes", *arguments]
+        return [str(part) for part in command]
+
+    def again(self, case, seed=None):
         """The command that does one case again."""
-        return f"tools/endure --seed {self.seed} --only {case!r} {self.regime}"
+        return f"tools/endure --seed {self.seed if seed is None else seed} --only {case!r} {self.regime}"
 
 
 def parse(arguments):

@@ -1,0 +1,41 @@
+"""Goes through the points at which the commands that write can be struck, for the regimes that strike them."""
+
+import shutil
+
+from endurance.frame import Result
+from endurance.scenarios import Trial, World
+
+
+def run(context, what, points_of, strike, watch=lambda directory: None):
+    """Strikes at every point of every scenario, each time round in another directory, until the time is over.
+
+    `points_of(trial)` gives the points, spelled as `--only` names them; a short run takes one of each scenario's.
+    `strike(trial, point)` gives the promises that were broken there.
+    """
+    result = Result()
+    seed = context.seed
+    while True:
+        context.begin_round(seed)
+        world = World(context)
+        for scenario in world.chosen():
+            context.begin_round(f"{seed} {scenario.name}")
+            trial = Trial(context, world, scenario, watch)
+            points = list(points_of(trial))
+            if "/" in context.only:
+                points = [context.only.split("/", 1)[1]]
+            elif context.short and not context.only:
+                points = [context.random.choice(points)]
+            for point in points:
+                if context.expired():
+                    return result
+                result.tried[what] += 1
+                case = f"{scenario.name}/{point}"
+                for wrong in strike(trial, point):
+                    result.violation(f"{case}: {wrong}", context.again(case, seed))
+            if not context.only:
+                trial.end()
+        if not context.only:
+            shutil.rmtree(world.root)
+        if context.short or context.only:
+            return result
+        seed += 1
