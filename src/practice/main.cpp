@@ -133,6 +133,8 @@ void AddTroubleOptions(CLI::App& application, Trouble& trouble, const Texts& say
     const auto addBytes = [&application](const char* name, auto& value, const std::string& text) {
         application.add_option(name, value, text)->type_name("BYTES");
     };
+    addBytes("--garble-at", trouble.garbledByte,
+             say("BYTES 番目のバイトが化ける", "Garble the byte of that number"));
     addBytes("--drop-after", trouble.dropAfterBytes,
              say("BYTES 送ったところで切れる", "Lose the carrier when BYTES have been printed"));
     addBytes("--silent-after", trouble.silentAfterBytes,

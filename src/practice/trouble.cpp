@@ -39,7 +39,9 @@ void TelephoneLine::Put(std::string_view bytes) {
             chance_() % 1000 < static_cast<std::uint32_t>(trouble_.noisePerMille)) {
             waiting_.push_back(static_cast<char>(chance_() % 256));
         }
-        waiting_.push_back(byte);
+        const bool garbled = trouble_.garbledByte == printedBytes_;
+        waiting_.push_back(
+            garbled ? static_cast<char>(static_cast<unsigned char>(byte) ^ (1 + chance_() % 255)) : byte);
     }
 }
 

@@ -46,7 +46,7 @@ TEST(TelephoneLine, GarblesTheSameWayForTheSameSeed) {
     EXPECT_NE(garbled(1, 5000), first);
 }
 
-TEST(TelephoneLine, DropsAndFallsSilentAtTheByte) {
+TEST(TelephoneLine, DropsFallsSilentAndGarblesAtTheByte) {
     Trouble trouble;
     trouble.silentAfterBytes = 3;
     trouble.dropAfterBytes = 5;
@@ -58,6 +58,14 @@ TEST(TelephoneLine, DropsAndFallsSilentAtTheByte) {
     line.Put("efg");
     EXPECT_TRUE(line.dropped());
     EXPECT_EQ(TakeAll(line, now), "");
+    Trouble other;
+    other.garbledByte = 6;
+    TelephoneLine garbled(other, 0, 1);
+    garbled.Put("abcd");
+    garbled.Put("efghf");
+    const std::string arrived = TakeAll(garbled, now);
+    EXPECT_NE(arrived.at(5), 'f');
+    EXPECT_EQ(std::string(arrived).replace(5, 1, "f"), "abcdefghf");
 }
 
 TEST(TelephoneLine, KeepsItsSpeedAndItsPieces) {
