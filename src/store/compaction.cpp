@@ -11,6 +11,7 @@
 #include "store/index_record.h"
 #include "store/older_layouts.h"
 #include "store/text_record.h"
+#include "store/text_search.h"
 #include "store/text_window.h"
 
 namespace postkite::store {
@@ -42,6 +43,11 @@ class NewFile {
     BlockOutput output_;
 };
 
+/// Whether nothing is lost with the record: it is deleted, or holds zeros alone.
+bool IsNoMail(std::string_view record) {
+    return IsDeleted(record) || record.find_first_not_of('\0') == std::string_view::npos;
+}
+
 /// Whether record `number` is one of those in `numbers`, which rise; those before it have been asked for.
 bool TakeNumber(std::span<const int>& numbers, std::uint64_t number) {
     while (!numbers.empty() && static_cast<std::int64_t>(numbers.front()) < static_cast<std::int64_t>(number))
@@ -53,7 +59,7 @@ bool TakeNumber(std::span<const int>& numbers, std::uint64_t number) {
 std::uint64_t FirstToGo(TextWindow& index, std::span<const int> numbers) {
     for (std::uint64_t number = 0;; ++number) {
         const std::string_view record = index.At(number * kIndexRecordBytes, kIndexRecordBytes);
-        if (record.size() < kIndexRecordBytes || IsDeleted(record) || TakeNumber(numbers, number))
+        if (record.size() < kIndexRecordBytes || IsNoMail(record) || TakeNumber(numbers, number))
             return number;
     }
 }
@@ -116,6 +122,8 @@ class TextRewriting {
         if (result == 0) result = RequireCurrentLayout(*index_);
         if (result < 0) return result;
         oldIndex_.emplace(*index_);
+        result = CountRecords(*index_, count_);
+        if (result < 0) return result;
         result = files_.workspace->Open(files_.text, core::OpenMode::Read, text_);
         if (result < 0 && result != -ENOENT) return result;
         if (result == 0) oldText_.emplace(*text_);
@@ -126,11 +134,11 @@ class TextRewriting {
     }
 
     int CopyMails(const std::function<void()>& onMail, int& lostMails) {
-        for (std::uint64_t number = 0;; ++number) {
+        for (std::uint64_t number = 0; number < count_; ++number) {
             const std::string_view record = oldIndex_->At(number * kIndexRecordBytes, kIndexRecordBytes);
             if (oldIndex_->error() < 0) return oldIndex_->error();
             if (record.size() < kIndexRecordBytes) return 0;
-            if (IsDeleted(record)) continue;
+            if (IsNoMail(record)) continue;
             std::string head = std::to_string(newText_.size());
             head.resize(index_field::kTextOffset.width, ' ');
             int result = newIndex_.Add(head);
@@ -140,6 +148,7 @@ class TextRewriting {
             if (result < 0) return result;
             onMail();
         }
+        return 0;
     }
 
     int CopyText(std::string_view record, int& lostMails) {
@@ -150,9 +159,58 @@ class TextRewriting {
         if (offset) text = WholeTextRecord(*oldText_, *offset, kBytesBehindTerminator);
         if (oldText_->error() < 0) return oldText_->error();
         if (!text.empty() && BearsIdentifierOf(record, IdentifierLineOf(text))) return newText_.Add(text);
+        const bool wasLost = text.starts_with(kTerminator);
+        const int found = FindElsewhere(record, text);
+        if (found < 0) return found;
+        if (!text.empty()) return newText_.Add(text);
         // A terminator alone is all that an earlier compaction has left of it, and has been told.
-        if (!text.starts_with(kTerminator)) ++lostMails;
+        if (!wasLost) ++lostMails;
         return newText_.Add(kTerminator);
+    }
+
+    /// The text of a mail that is not where its record says but somewhere else in the file; empty where it is not.
+    int FindElsewhere(std::string_view record, std::string_view& text) {
+        text = {};
+        if (!elsewhere_) {
+            const int searched = SearchLostTexts();
+            if (searched < 0) return searched;
+        }
+        const auto found = places_.extract(std::string(IdentifierOf(record)));
+        if (found.empty() || !found.mapped()) return 0;
+        text = WholeTextRecord(*elsewhere_, *found.mapped(), kBytesBehindTerminator);
+        return elsewhere_->error();
+    }
+
+    static std::string_view IdentifierOf(std::string_view record) {
+        return WithoutTrailingBlanks(FieldOf(record, index_field::kLocalId));
+    }
+
+    /// For all records at once that lead nowhere.
+    int SearchLostTexts() {
+        elsewhere_.emplace(*text_);
+        int result = VisitRecords([this](std::string_view record, bool leadsToItsText) {
+            const std::string_view identifier = IdentifierOf(record);
+            if (!leadsToItsText && !identifier.empty()) places_.try_emplace(std::string(identifier));
+        });
+        // A text that another record leads to is that one's.
+        if (result == 0) {
+            result = VisitRecords([this](std::string_view record, bool leadsToItsText) {
+                const auto same = leadsToItsText ? places_.find(IdentifierOf(record)) : places_.end();
+                if (same != places_.end()) places_.erase(same);
+            });
+        }
+        return result < 0 || places_.empty() ? result : FindTexts(*text_, places_);
+    }
+
+    int VisitRecords(const std::function<void(std::string_view record, bool leadsToItsText)>& visit) {
+        TextWindow index(*index_);
+        for (std::uint64_t number = 0; number < count_; ++number) {
+            const std::string_view record = index.At(number * kIndexRecordBytes, kIndexRecordBytes);
+            if (record.size() < kIndexRecordBytes) break;
+            const auto offset = TextOffsetOf(record);
+            if (!IsNoMail(record)) visit(record, offset && FlagLineBytes(*text_, *offset, record));
+        }
+        return index.error();
     }
 
     int FinishNewFiles() {
@@ -196,8 +254,11 @@ class TextRewriting {
     const FolderFiles& files_;
     std::unique_ptr<core::File> index_;
     std::unique_ptr<core::File> text_;
+    std::uint64_t count_ = 0;  ///< records of the old index
     std::optional<TextWindow> oldIndex_;
     std::optional<TextWindow> oldText_;
+    std::optional<TextWindow> elsewhere_;  ///< the old text, where its records do not lead
+    TextPlaces places_;                    ///< of the mails there
     NewFile newText_;
     NewFile newIndex_;
 };
@@ -211,23 +272,23 @@ int RemoveRecords(const FolderFiles& files, std::span<const int> numbers) {
     std::unique_ptr<core::File> file;
     if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::Read, file);
     if (result == 0) result = RequireCurrentLayout(*file);
+    std::uint64_t count = 0;
+    if (result == 0) result = CountRecords(*file, count);
     TextMarks marks;
     if (result == 0 && !numbers.empty()) result = marks.Open(files);
     if (result < 0) return result;
     TextWindow index(*file);
     const std::uint64_t first = FirstToGo(index, numbers);
-    const std::int64_t size = file->Size();
-    if (index.error() < 0 || size < 0) return index.error() < 0 ? index.error() : static_cast<int>(size);
-    const std::uint64_t count = static_cast<std::uint64_t>(size) / kIndexRecordBytes;
+    if (index.error() < 0) return index.error();
     if (first >= count) return 0;
 
     IndexJournal journal(files);
     const bool anew = count - first > std::max(kMostJournalled, count / 2);
     result = anew ? journal.BeginAnew() : journal.Begin(first);
-    for (std::uint64_t number = anew ? 0 : first; result == 0; ++number) {
+    for (std::uint64_t number = anew ? 0 : first; result == 0 && number < count; ++number) {
         const std::string_view record = index.At(number * kIndexRecordBytes, kIndexRecordBytes);
         if (record.size() < kIndexRecordBytes) break;
-        const bool wasDeleted = IsDeleted(record);
+        const bool wasDeleted = IsNoMail(record);
         const bool goes = TakeNumber(numbers, number);
         if (goes && !wasDeleted) marks.Add(record);
         if (!goes && !wasDeleted) result = journal.Add(record);

@@ -63,10 +63,10 @@ int FolderReader::error() const {
 }
 
 int FolderReader::CountMails() {
-    const std::int64_t size = index_->Size();
-    if (size < 0) return static_cast<int>(size);
-    const std::int64_t count = size / static_cast<std::int64_t>(kIndexRecordBytes);
-    return static_cast<int>(std::min<std::int64_t>(count, std::numeric_limits<int>::max()));
+    std::uint64_t count = 0;
+    const int counted = CountRecords(*index_, count);
+    if (counted < 0) return counted;
+    return static_cast<int>(std::min<std::uint64_t>(count, std::numeric_limits<int>::max()));
 }
 
 std::string_view FolderReader::IndexRecord(int recordNumber) {

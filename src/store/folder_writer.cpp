@@ -62,14 +62,14 @@ int FolderWriter::Open(const FolderFiles& files) {
     if (result == 0) result = RequireCurrentLayout(*index_);
     if (result < 0) return result;
     const std::int64_t textSize = text_->Size();
-    const std::int64_t indexSize = index_->Size();
     if (textSize < 0) return static_cast<int>(textSize);
-    if (indexSize < 0) return static_cast<int>(indexSize);
     oldTextBytes_ = static_cast<std::uint64_t>(textSize);
     textOutput_ = BlockOutput(*text_, oldTextBytes_);
-    // A torn last record is written over by the next one.
-    const auto whole = static_cast<std::uint64_t>(indexSize) / kIndexRecordBytes * kIndexRecordBytes;
-    oldIndexBytes_ = indexBytes_ = whole;
+    // What is torn or unwritten behind the last record is written over by the next one.
+    std::uint64_t count = 0;
+    const int counted = CountRecords(*index_, count);
+    if (counted < 0) return counted;
+    oldIndexBytes_ = indexBytes_ = count * kIndexRecordBytes;
     const int looked = LookForLastIdentifier();
     return looked < 0 ? looked : LookForTornText();
 }
@@ -160,6 +160,9 @@ int FolderWriter::Overwrite(int recordNumber, MailRecord& record) {
 int FolderWriter::FlushBoth() {
     int result = textOutput_.Flush();
     if (result == 0) result = text_->Sync();
+    // Either file may be a new one: no record is to lead into a text whose name a power cut takes away.
+    if (result == 0 && !namesAreSynced_) result = files_.workspace->SyncNames(files_.index);
+    if (result == 0) namesAreSynced_ = true;
     if (result == 0) result = index_->WriteAt(indexBytes_ - indexBuffer_.size(), indexBuffer_);
     indexBuffer_.clear();
     return result;
@@ -182,9 +185,6 @@ int FolderWriter::Commit() {
     if (!changed_) return 0;
     int result = FlushBoth();
     if (result == 0) result = index_->Sync();
-    // Either file may be a new one.
-    if (result == 0 && !namesAreSynced_) result = files_.workspace->SyncNames(files_.index);
-    if (result == 0) namesAreSynced_ = true;
     if (result == 0) result = PutOverwriting();
     if (result < 0) return Fail(result);
     oldTextBytes_ = textOutput_.end();

@@ -1,6 +1,7 @@
 #include "store/index_record.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 
 namespace postkite::store {
@@ -50,6 +51,42 @@ void CutIndexFields(MailRecord& record) {
 
 bool IsDeleted(std::string_view record) {
     return record.front() == ' ';
+}
+
+bool IsUnwritten(std::string_view record) {
+    static constexpr std::string_view kZeros("\0", 2);
+    const auto endsInZeros = [record](IndexField field) {
+        return record.substr(field.offset + field.width, kZeros.size()) == kZeros;
+    };
+    return record.front() == '\0' || endsInZeros(index_field::kLayoutMark) ||
+           std::any_of(std::begin(kFields), std::end(kFields),
+                       [&](const CutField& field) { return endsInZeros(field.place); });
+}
+
+int CountRecords(core::File& index, std::uint64_t& count) {
+    constexpr std::uint64_t kRecordsAtATime = 256;
+    constexpr std::uint64_t kMostUnwritten = std::uint64_t{256} * 1024 * 1024 / kIndexRecordBytes;
+    const std::int64_t size = index.Size();
+    if (size < 0) return static_cast<int>(size);
+    count = static_cast<std::uint64_t>(size) / kIndexRecordBytes;
+    const std::uint64_t fewest = count - std::min(count, kMostUnwritten);
+    std::string block;
+    // The last record alone settles it nearly always.
+    for (std::uint64_t records = 1; count > 0; records = kRecordsAtATime) {
+        const std::uint64_t first = count - std::min(count, records);
+        block.resize((count - first) * kIndexRecordBytes);
+        const std::int64_t read = index.ReadAt(first * kIndexRecordBytes, block);
+        if (read < 0) return static_cast<int>(read);
+        // Another program has made it shorter in this moment.
+        if (static_cast<std::size_t>(read) < block.size()) return CountRecords(index, count);
+        for (; count > first; --count) {
+            const std::string_view rest =
+                std::string_view(block).substr((count - 1 - first) * kIndexRecordBytes);
+            if (!IsUnwritten(rest.substr(0, kIndexRecordBytes))) return 0;
+        }
+        if (count < fewest) return -EFBIG;
+    }
+    return 0;
 }
 
 std::optional<std::uint64_t> TextOffsetOf(std::string_view record) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "core/file_system.h"
 #include "store/mail_record.h"
 
 /// The layout of a folder's index, the ".loc" file: one record of 900 bytes a mail, in list order, no header.
@@ -50,6 +51,14 @@ void CutIndexFields(MailRecord& record);
 
 /// Whether the record was marked deleted. `record` is 900 bytes, here and below.
 [[nodiscard]] bool IsDeleted(std::string_view record);
+
+/// Whether the record has not, or not wholly, been written: a power cut can leave an index longer by zeros, which stand
+/// where its line ends would.
+[[nodiscard]] bool IsUnwritten(std::string_view record);
+
+/// The records of an index: what is torn or unwritten at its end is none. Returns 0 or a negated errno value; -EFBIG where
+/// more is unwritten than a power cut can leave.
+[[nodiscard]] int CountRecords(core::File& index, std::uint64_t& count);
 
 /// No text reaches farther, and the system takes no such offset.
 inline constexpr std::uint64_t kFarthestText = std::uint64_t{1} << 62;

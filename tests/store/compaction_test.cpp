@@ -73,6 +73,7 @@ TEST_F(Compaction, TextKeepsTwoBytesBehindEachTerminator) {
 }
 
 TEST_F(Compaction, WhereTextsAreLostBothOldFilesAreKept) {
+    Patch(kTextPath, TextOf(1).substr(20, 20), "of nobody's mail----");
     // To another mail, into one, behind the end.
     for (const auto& [mail, further] : {std::pair(0U, 0U), {0U, 5U}, {3U, 5U}, {3U, 123456789U}}) {
         const std::size_t offset = Offset(mail) + further;
@@ -100,6 +101,44 @@ TEST_F(Compaction, WhereTextsAreLostBothOldFilesAreKept) {
     ASSERT_EQ(program.Compact(), 0);
     EXPECT_TRUE(program.ui.messages.empty());
     EXPECT_FALSE(disk.Exists("/mail/Bank/Inbox.mtx.bak2"));
+}
+
+/// Records that lead to a wrong place of the text in which their mails are.
+TEST_F(Compaction, AMailIsLookedForByItsIdentifierBeforeItIsGivenUp) {
+    const Mails mails = program.Mails();
+    ASSERT_EQ(program.Compact(), 0);
+    const std::string index = Index();
+    const std::string text = Text();
+    const std::string own = TextOf(2);
+    std::string deleted = own;
+    deleted[1] = 'x';
+    // Two exchanged; bytes before all of them; a deleted copy before the mail, and alone.
+    PointTo(1, Offset(3));
+    PointTo(3, 50);
+    ASSERT_EQ(program.Compact(), 0);
+    EXPECT_EQ(program.Mails(), mails);
+    for (const std::string& before :
+         {std::string("bytes\r\n\x01\x01\r\n"), deleted, std::string(5000, 'x') + "\r\n"}) {
+        disk.Put(kIndexPath, index);
+        disk.Put(kTextPath, before + text);
+        ASSERT_EQ(program.Compact(), 0);
+        EXPECT_EQ(program.Mails(), mails) << before.substr(0, 10);
+    }
+    disk.Put(kIndexPath, index);
+    std::string shifted = text;
+    disk.Put(kTextPath,
+             std::string(70, 'x') + "\r\n" + shifted.replace(shifted.find(own), own.size(), deleted));
+    ASSERT_EQ(program.Compact(), 0);
+    EXPECT_EQ(program.Mails(), mails);
+    EXPECT_TRUE(program.ui.messages.empty());
+    EXPECT_EQ(disk.Names(kBankPath), (Names{"Inbox.loc", "Inbox.mtx"}));
+
+    // A text that another record leads to stays that one's, and one text is not two mails.
+    disk.Put(kIndexPath, Index() + Moved(0, 12345) + Moved(0, 23456));
+    ASSERT_EQ(program.Compact(), 0);
+    EXPECT_EQ(program.Mails().size(), 6U);
+    EXPECT_EQ(program.Mails()[4], "damaged");
+    EXPECT_EQ(program.Mails()[5], "damaged");
 }
 
 TEST_F(Compaction, OneTerminatorIsAsGoodAsAnotherOnlyBehindTheHeader) {

@@ -108,6 +108,9 @@ TEST(StoreCrash, AppendingSeveralMails) {
 
     const auto noFiles = [](MemoryFileSystem& disk) { disk.PutDirectory(kBankPath); };
     EXPECT_GT(StrikeEverywhere({append, {{}, {d}, {d, e}}}, noFiles), 40);
+    // A folder that was made and has had no mail: its text is a new file.
+    const auto emptyIndex = [](MemoryFileSystem& disk) { disk.Put(kIndexPath, ""); };
+    EXPECT_GT(StrikeEverywhere({append, {{}, {d}, {d, e}}}, emptyIndex), 40);
 }
 
 /// Where the greater part of a long list is to be written, it is made anew.
@@ -167,6 +170,7 @@ TEST(StoreCrash, CompactingTheText) {
     // A text that is lost, and with it the mail: both old files stay under whichever names.
     Folder lossy;
     lossy.index.replace(900, 20, "123456              ");
+    lossy.text.replace(lossy.text.find(lossy.index.substr(900 + 76, 19)), 6, "------");
     const auto bothAreThere = [&lossy](const MemoryFileSystem& disk, bool, bool) {
         const bool textIsOld = disk.Get(kTextPath).value_or("").starts_with(lossy.text);
         const bool indexIsOld = disk.Get(kIndexPath).value_or("").starts_with(lossy.index);
@@ -269,6 +273,44 @@ TEST(StoreDamage, FilesCutAtEveryLengthAreAppendedTo) {
         expected.emplace_back("next: text\r\n");
         EXPECT_EQ(program.Mails(), expected);
         EXPECT_EQ(disk.Get(kIndexPath).value_or("").size(), expected.size() * 900);
+    }
+}
+
+/// A power cut can leave an index longer by what has not been written.
+TEST(StoreDamage, AnIndexGrownByZerosHasNoMoreMails) {
+    const Folder folder;
+    const std::string row = folder.index.substr(1800);
+    const std::vector<std::string> tails = {std::string(900, '\0'), std::string(300 * 900 + 17, '\0'),
+                                            row.substr(0, 100) + std::string(800, '\0'),
+                                            std::string(700, '\0') + row.substr(700)};
+    for (const std::string& tail : tails) {
+        SCOPED_TRACE(tail.size());
+        MemoryFileSystem disk;
+        folder.PutOn(disk);
+        disk.Put(kIndexPath, folder.index + tail);
+        MailboxProgram program(disk);
+        program.clock.now.hour = 10;
+        EXPECT_EQ(program.mailbox.CountMails("Inbox"), 3);
+        EXPECT_EQ(program.Mails(), (Mails{kA, kB, kC}));
+        ASSERT_EQ(program.Compact(), 0);
+        EXPECT_EQ(disk.Get(kIndexPath)->size(), 3 * 900U);
+        folder.PutOn(disk);
+        disk.Put(kIndexPath, folder.index + tail);
+        ASSERT_EQ(program.Add("next"), 0);
+        EXPECT_EQ(program.Mails(), (Mails{kA, kB, kC, "next: text\r\n"}));
+    }
+    // Before a mail it is a damaged record, which compaction drops; one that still says something stays.
+    for (const std::size_t zeros : {900U, 70U}) {
+        MemoryFileSystem disk;
+        folder.PutOn(disk);
+        std::string index = folder.index;
+        disk.Put(kIndexPath, index.replace(900, zeros, zeros, '\0'));
+        MailboxProgram program(disk);
+        EXPECT_EQ(program.Mails(), (Mails{kA, "damaged", kC}));
+        ASSERT_EQ(program.mailbox.CompactIndex("Inbox"), 0);
+        EXPECT_EQ(program.Mails(), zeros == 900 ? (Mails{kA, kC}) : (Mails{kA, "damaged", kC}));
+        ASSERT_EQ(program.Compact(), 0);
+        EXPECT_EQ(program.Mails(), zeros == 900 ? (Mails{kA, kC}) : (Mails{kA, kB, kC}));
     }
 }
 
