@@ -2,6 +2,7 @@
 
 import shutil
 
+from endurance import sessions
 from endurance.frame import Result
 from endurance.scenarios import Trial, World
 
@@ -17,14 +18,16 @@ def run(context, what, points_of, strike, watch=lambda directory: None):
     while True:
         context.begin_round(seed)
         world = World(context)
-        for scenario in world.chosen():
+        for scenario in [*world.chosen(), *sessions.chosen(context)]:
             context.begin_round(f"{seed} {scenario.name}")
-            trial = Trial(context, world, scenario, watch)
+            trial = (scenario.trial or Trial)(context, world, scenario, watch)
             points = list(points_of(trial))
             if "/" in context.only:
                 points = [context.only.split("/", 1)[1]]
             elif context.short and not context.only:
                 points = [context.random.choice(points)]
+            elif trial.most_points is not None:
+                points = context.random.sample(points, min(len(points), trial.most_points))
             for point in points:
                 if context.expired():
                     return result

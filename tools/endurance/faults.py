@@ -29,7 +29,7 @@ def strike(trial, point):
                                                   kinds=ERRORS[name] if for_good else ""))
     wrong = invariants.judge_run(run)
     reading, more = invariants.recovered(trial.context, directory)
-    wrong += more + trial.change.judge(reading, done=run.returncode == 0)
+    wrong += more + trial.judge(directory, reading, done=run.returncode == 0)
     return wrong + trial.judge_again(directory)
 
 

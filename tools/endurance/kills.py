@@ -11,6 +11,8 @@ AT_RANDOM = 20      # times a command
 def points(trial):
     """NUMBER/kill before a call, NUMBER/torn within a write, MICROSECONDS/time after the start."""
     for call in trial.calls:
+        if call.number == 0:
+            continue
         yield f"{call.number}/kill"
         if call.kind == "w" and call.size > 1:
             yield f"{call.number}/torn"
@@ -19,13 +21,14 @@ def points(trial):
 
 
 def kill_after(trial, directory, microseconds):
-    process = subprocess.Popen(trial.context.spell(directory, *trial.command), stdin=subprocess.PIPE,
-                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=trial.context.environment())
-    process.stdin.write(trial.scenario.text)
-    process.stdin.close()
-    time.sleep(microseconds / 1_000_000)
-    process.kill()
-    return process.wait() == 0
+    with trial.surroundings(directory):
+        process = subprocess.Popen(trial.context.spell(directory, *trial.command), stdin=subprocess.PIPE,
+                                   stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=trial.context.environment())
+        process.stdin.write(trial.scenario.text)
+        process.stdin.close()
+        time.sleep(microseconds / 1_000_000)
+        process.kill()
+        return process.wait() == 0
 
 
 def strike(trial, point):
@@ -40,7 +43,7 @@ def strike(trial, point):
         done = False
         wrong += invariants.judge_run(run, killed=True)
     reading, more = invariants.recovered(trial.context, directory)
-    return wrong + more + trial.change.judge(reading, done) + trial.judge_again(directory)
+    return wrong + more + trial.judge(directory, reading, done) + trial.judge_again(directory)
 
 
 def run(context):

@@ -160,33 +160,40 @@ def put(state, directory):
 
 
 def moments(disk, calls):
-    """The disk right before each sync, with the number of the call, and at the end."""
+    """The disk right before each sync, with the number of the call, and at the end; also when the host has been told to
+    delete a mail, with how many it was told to by then."""
+    deletions = 0
     for call in calls:
         if call.kind == "y" and call.inode:
-            yield call.number, disk
+            yield str(call.number), disk, deletions
+        if call.kind == "p" and b"DELETE" in call.data:
+            deletions += 1
+            yield f"deletion-{deletions}", disk, deletions
         disk.apply(call)
-    yield "end", disk
+    yield "end", disk, deletions
 
 
 def points(trial):
     """CALL/INDEX for what may be on the disk at a moment; none twice. The states are kept with the trial."""
     trial.states = {}
     seen = set()
-    for name, now in moments(trial.watched, trial.calls):
+    for name, now, deletions in moments(trial.watched, trial.calls):
         for index, state in enumerate(now.states(trial.context.random, MOST_STATES)):
-            known = (name == "end", frozenset(state.items()))
+            known = (name == "end", deletions, frozenset(state.items()))
             if known not in seen:
                 seen.add(known)
-                trial.states[f"{name}/{index}"] = state
+                trial.states[f"{name}/{index}"] = state, deletions
     return trial.states
 
 
 def strike(trial, point):
     """A directory as the power failure left it, looked at; every now and then the command again."""
     directory = trial.root / "cut"
-    put(trial.states[point], directory)
+    state, deletions = trial.states[point]
+    put(state, directory)
+    trial.cut(directory, deletions)
     reading, wrong = invariants.recovered(trial.context, directory)
-    wrong += trial.change.judge(reading, done=point.startswith("end/") and trial.scenario.lasts)
+    wrong += trial.judge(directory, reading, done=point.startswith("end/") and trial.scenario.lasts)
     again = trial.context.only or trial.context.random.randrange(AGAIN) == 0
     return wrong + (trial.judge_again(directory) if again else [])
 

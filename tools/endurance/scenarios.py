@@ -1,5 +1,6 @@
 """A working directory with some of everything, and every command that writes."""
 
+import contextlib
 import dataclasses
 import shutil
 import time
@@ -30,6 +31,7 @@ class Scenario:
     text: bytes = b""
     arrange: Callable = lambda directory: None
     lasts: bool = True
+    trial: Callable = None      # who tries it, where it is no `Trial`
 
 
 def always(*arguments):
@@ -255,7 +257,7 @@ class Trial:
             raise RuntimeError(f"{scenario.name}: {run.stderr.decode()}")
         self.calls = shim.calls(log, data=True)
         self.change = invariants.Change(self.before, invariants.read(context, self.directory))
-        wrong = self.change.judge(self.change.after, done=True)
+        wrong = self.judge(self.directory, self.change.after, done=True)
         if wrong:
             raise RuntimeError(f"{scenario.name} undisturbed: {wrong}")
 
@@ -272,6 +274,20 @@ class Trial:
     def run(self, directory, **environment):
         return self.context.postkite(directory, *self.command, text=self.scenario.text, **environment)
 
+    most_points = None      # of one round; None: all
+
+    def cut(self, directory, deletions):
+        """What the host holds when the power has failed."""
+
+    def surroundings(self, directory):
+        """What has to run beside the command."""
+        del directory
+        return contextlib.nullcontext()
+
+    def judge(self, directory, reading, done):
+        del directory
+        return self.change.judge(reading, done)
+
     def judge_again(self, directory):
         """The command once more, nothing disturbing it: then all of it is done, and done once."""
         reading, wrong = invariants.recovered(self.context, directory)
@@ -285,7 +301,7 @@ class Trial:
                 wrong.append(f"exit status {run.returncode} without a fault: {run.stderr.decode('utf-8', 'replace')[:300]}")
             reading, more = invariants.recovered(self.context, directory)
             wrong += more
-        return [f"when called again: {what}" for what in wrong + self.change.judge(reading, done=True)]
+        return [f"when called again: {what}" for what in wrong + self.judge(directory, reading, done=True)]
 
     def end(self):
         shutil.rmtree(self.root)
