@@ -22,6 +22,7 @@ from collections import Counter
 from pathlib import Path
 
 REGIMES = ("faults", "kills", "power", "line", "programs", "clock", "fuzz")
+MOST_SHOWN = 50     # violations of a regime
 PROJECT = Path(__file__).resolve().parents[2]
 
 
@@ -100,7 +101,7 @@ def parse(arguments):
     parser.add_argument("--only", default="", metavar="CASE", help="one case again, as a violation named it")
     parser.add_argument("--build", type=Path, default=PROJECT / "build/release", help="the build directory")
     parser.add_argument("--scratch", type=Path, help="where the runs have their files; default: memory, else $TMPDIR")
-    parser.add_argument("--list", action="store_true", help="lists the regimes")
+    parser.add_argument("--list", action="store_true", help="lists the regimes; with --mutate, the faults")
     parser.add_argument("--mutate", action="store_true", help="checks that ./test notices deliberate faults")
     options = parser.parse_args(arguments)
     unknown = [name for name in options.regimes if name not in REGIMES]
@@ -129,7 +130,7 @@ def attack(name, options, root):
     scratch.mkdir()
     context = Context(name, options.build.resolve(), scratch, options.seed, options.minutes, options.only)
     result = module(name).run(context)
-    for what, again in result.violations:
+    for what, again in result.violations[:MOST_SHOWN]:
         print(f"{name}: VIOLATION: {what}\n  again: {again}", file=sys.stderr)
     tried = ", ".join(f"{count:,} {kind}" for kind, count in result.tried.items()) or "nothing"
     seconds = time.monotonic() - context.begin
@@ -142,13 +143,13 @@ def attack(name, options, root):
 
 def main(arguments=None):
     options = parse(arguments)
+    if options.mutate:
+        return importlib.import_module("endurance.mutate").run(options)
     if options.list:
         for name in REGIMES:
             found = module(name)
             print(f"{name:10}{found.__doc__.splitlines()[0] if found else '(not written)'}")
         return 0
-    if options.mutate:
-        return importlib.import_module("endurance.mutate").run(options)
     root = scratch_root(options.scratch)
     names = options.regimes or [name for name in REGIMES if module(name)]
     violations = sum(attack(name, options, root) for name in names)

@@ -1,8 +1,9 @@
 """What is promised, looked at from outside: a directory as the independent reader tells it, before and after."""
 
 import dataclasses
+import json
 import subprocess
-from collections import defaultdict
+from collections import Counter, defaultdict
 
 CONVERSION = "ConvertTemp"      # the working folder of a conversion; nothing that is in it alone counts
 
@@ -32,6 +33,7 @@ class Reading:
     mails: list = dataclasses.field(default_factory=list)
     faults: list = dataclasses.field(default_factory=list)
     pending: list = dataclasses.field(default_factory=list)
+    gone: list = dataclasses.field(default_factory=list)        # (folder, row) of deleted records
     older: dict = dataclasses.field(default_factory=dict)
     trees: dict = dataclasses.field(default_factory=dict)
     files: dict = dataclasses.field(default_factory=dict)
@@ -58,6 +60,8 @@ def read(context, directory):
         if kind == "mail":
             folder, row, identifier, flags, text_flags, offset, *rest = fields
             reading.mails.append(Mail(folder, int(row), identifier, flags, text_flags, int(offset), *rest))
+        elif kind == "gone":
+            reading.gone.append(tuple(fields))
         elif kind == "fault":
             reading.faults.append(tuple(fields))
         elif kind == "pending":
@@ -83,6 +87,22 @@ def recovered(context, directory):
     reading = read(context, directory)
     wrong += [f"still pending after recovery: {file}" for file in reading.pending]
     return reading, wrong
+
+
+def judge_listing(context, directory, reading):
+    """Whether the program counts the mails that are there."""
+    run = context.postkite(directory, "--json", "folders")
+    if run.returncode != 0:
+        return [f"folders: exit status {run.returncode}"]
+    counted = {folder["baseName"]: folder["mails"] for folder in json.loads(run.stdout)}
+    if len(reading.trees) > 1:
+        return []       # another bank may be the current one
+    current = [mail.folder.split("/") for mail in reading.mails] + [folder.split("/") for folder, _ in reading.gone]
+    found = Counter(folder for bank, folder in current if bank == "MailBox1")
+    if any(folder not in counted for folder in ("Inbox", "Outbox", "Trash")):
+        return ["the tree has lost a fixed folder"]
+    return [f"{folder} is said to have {counted[folder]} mails, and has {count}" for folder, count in found.items()
+            if folder in counted and counted[folder] != count]
 
 
 def judge_run(run, killed=False):

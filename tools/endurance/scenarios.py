@@ -301,6 +301,7 @@ class Trial:
                 wrong.append(f"exit status {run.returncode} without a fault: {run.stderr.decode('utf-8', 'replace')[:300]}")
             reading, more = invariants.recovered(self.context, directory)
             wrong += more
+        wrong += invariants.judge_listing(self.context, directory, reading)
         return [f"when called again: {what}" for what in wrong + self.judge(directory, reading, done=True)]
 
     def end(self):
