@@ -143,6 +143,7 @@ int Sorter::SortUnguarded(std::string_view folder, const RuleTable& rules, const
         }
         // A folder that another program has renamed meanwhile takes no mails: they would be found under no name.
         if (folders_->TakeOverChanges() < 0) return -1;
+        if (mailbox_->SettleMoves() < 0) return -1;
         if (Match(folder, rules, selection, Matching::Any, plan) < 0) return -1;
         std::erase_if(plan, [&](const SortedMail& mail) { return refused.contains(TargetOf(rules, mail)); });
         const std::set<std::string> older = OlderTargets(*mailbox_, rules, plan);

@@ -26,7 +26,7 @@ struct SortedMail {
 /// sorted.
 ///
 /// What sorting costs grows with the mails and hardly with the rules. A crash at any moment leaves every mail
-/// in the sorted folder, in its target, or in both.
+/// in the sorted folder or in its target, as soon as either is opened again.
 class Sorter {
   public:
     Sorter(const core::Settings& settings, store::Folders& folders, store::Mailbox& mailbox,

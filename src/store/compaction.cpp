@@ -112,7 +112,7 @@ class TextRewriting {
         }
         // From here on there is no way back: the new index alone means that it has to follow its text.
         done.result = files_.workspace->SyncNames(files_.text);
-        if (done.result == 0) done.result = FinishInterruptedChanges(files_);
+        if (done.result == 0) done.result = FinishOwnChanges(files_);
         return done;
     }
 
@@ -208,7 +208,9 @@ class TextRewriting {
             const std::string_view record = index.At(number * kIndexRecordBytes, kIndexRecordBytes);
             if (record.size() < kIndexRecordBytes) break;
             const auto offset = TextOffsetOf(record);
-            if (!IsNoMail(record)) visit(record, offset && FlagLineBytes(*text_, *offset, record));
+            const std::int64_t flagBytes = offset ? FlagLineBytes(*text_, *offset, record) : 0;
+            if (flagBytes < 0) return static_cast<int>(flagBytes);
+            if (!IsNoMail(record)) visit(record, flagBytes > 0);
         }
         return index.error();
     }
@@ -265,10 +267,11 @@ class TextRewriting {
 
 }  // namespace
 
-int RemoveRecords(const FolderFiles& files, std::span<const int> numbers) {
+int RemoveRecords(const FolderFiles& files, std::span<const int> numbers, bool* takesEffect) {
+    if (takesEffect != nullptr) *takesEffect = false;
     core::WorkspaceLock lock;
     int result = files.workspace->Lock(true, lock);
-    if (result == 0) result = FinishInterruptedChanges(files);
+    if (result == 0) result = numbers.empty() ? FinishInterruptedChanges(files) : FinishOwnChanges(files);
     std::unique_ptr<core::File> file;
     if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::Read, file);
     if (result == 0) result = RequireCurrentLayout(*file);
@@ -295,6 +298,7 @@ int RemoveRecords(const FolderFiles& files, std::span<const int> numbers) {
     }
     if (result == 0) result = index.error();
     if (result == 0) result = journal.Apply(IndexJournal::End::CutBehind);
+    if (takesEffect != nullptr) *takesEffect = journal.stands();
     if (result == 0) marks.Write();
     return result;
 }

@@ -11,8 +11,9 @@ namespace postkite::store {
 /// Takes the records with these numbers, in rising order, and the deleted ones out of a folder's index, in one step: a
 /// crash leaves the old index or the new one. Mails that go so are marked deleted in the text as well, which is
 /// dead then and tells nobody but people; a crash may leave those marks out. Returns 0 or a negated errno value.
-/// Takes the lock.
-[[nodiscard]] int RemoveRecords(const FolderFiles& files, std::span<const int> numbers);
+/// Takes the lock. `takesEffect`, if given, says whether they go although this has failed, sooner or later.
+[[nodiscard]] int RemoveRecords(const FolderFiles& files, std::span<const int> numbers,
+                                bool* takesEffect = nullptr);
 
 struct TextCompaction {
     int result = 0;

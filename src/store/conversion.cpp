@@ -91,7 +91,7 @@ class Conversion {
   private:
     /// What is left there by a crash goes; what has mails in its list may be somebody's, and is kept.
     int ClearWorkingFolder() {
-        int result = FinishInterruptedChanges(working_);
+        int result = FinishOwnChanges(working_);
         if (result < 0) return result;
         std::unique_ptr<core::File> index;
         result = files_.workspace->Open(working_.index, core::OpenMode::Read, index);
@@ -180,7 +180,7 @@ class Conversion {
         if (result < 0) return result;
         takesEffect_ = true;
         result = workspace.SyncNames(files_.text);
-        return result < 0 ? result : FinishInterruptedChanges(files_);
+        return result < 0 ? result : FinishOwnChanges(files_);
     }
 
     /// Nothing of the new files counts; what cannot be removed now is the next one's to remove.

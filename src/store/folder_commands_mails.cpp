@@ -8,7 +8,7 @@
 #include "store/conversion.h"
 #include "store/folder_commands.h"
 #include "store/index_record.h"
-#include "store/mail_copying.h"
+#include "store/mail_moving.h"
 
 /// What people do with the mails of a folder, and of all folders.
 namespace postkite::store {
@@ -30,6 +30,8 @@ constexpr int kCountMails = 1;
 
 int Folders::OpenChosen(std::string_view folder, std::span<const int> numbers, ChosenMails& chosen) {
     int opened = workspace().Lock(true, chosen.lock);
+    // The numbers are those of the list without what a killed program has left in it.
+    if (opened == 0 && mailbox_->SettleMoves() < 0) return -1;
     if (opened == 0) opened = chosen.reader.Open(mailbox_->FilesOf(folder));
     if (opened < 0 && opened != -ENOENT) {
         mailbox_->ReportFault(folder, opened);
@@ -65,27 +67,24 @@ int Folders::MoveMails(std::string_view folder, std::span<const MailMove> moves,
                        std::span<const std::string> targets, std::vector<int>* moved) {
     if (moved != nullptr) moved->clear();
     if (moves.empty()) return 0;
-    MailCopying copying(*mailbox_, targets);
+    MailMoving moving(*mailbox_, folder, targets);
     std::vector<int> numbers;
     for (const MailMove& move : moves) {
         numbers.push_back(move.recordNumber);
         // Asks, and nobody is kept waiting for the answer.
-        copying.Prepare(move.target);
+        moving.Prepare(move.target);
     }
     ChosenMails chosen;
-    if (OpenChosen(folder, numbers, chosen) < 0) return -1;
-    copying.Run(chosen.reader, moves);
-    // On the disk over there for good: from here on a failure leaves a mail in both folders, and never in
-    // none.
-    const std::vector<int> copied = copying.TakeCopied();
-    const int removed = copied.empty() ? 0 : mailbox_->RemoveMails(folder, copied);
+    if (OpenChosen(folder, numbers, chosen) < 0 || moving.Begin(chosen.reader, moves) < 0) return -1;
+    moving.Copy(chosen.reader, moves);
+    const int finished = moving.Finish();
     ui().SetProgress(0, 0);
-    if (moved != nullptr && removed == 0) *moved = copied;
-    if (copying.left() == 0) return copying.failed() ? -1 : removed;
-    std::string text = std::to_string(copying.left());
+    if (moved != nullptr) *moved = moving.TakeMoved();
+    if (moving.left() == 0) return moving.failed() ? -1 : finished;
+    std::string text = std::to_string(moving.left());
     text += Choose(ui(), " 通のメールは壊れているか長すぎるため、移動しませんでした。"_sjis,
-                   copying.left() == 1 ? " mail is damaged or too long and was not moved."
-                                       : " mails are damaged or too long and were not moved.");
+                   moving.left() == 1 ? " mail is damaged or too long and was not moved."
+                                      : " mails are damaged or too long and were not moved.");
     return Refuse(text);
 }
 

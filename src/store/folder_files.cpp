@@ -6,6 +6,7 @@
 #include "store/index_journal.h"
 #include "store/index_record.h"
 #include "store/older_layouts.h"
+#include "store/pending_move.h"
 #include "store/text_window.h"
 
 namespace postkite::store {
@@ -100,7 +101,7 @@ FolderFiles FilesOf(core::Workspace& workspace, std::string_view bankDirectory, 
     base = workspace.AsOnDisk(base + std::string(kIndexExtension));
     base.resize(base.size() - kIndexExtension.size());
     return {&workspace,    base + ".loc", base + ".mtx", base + ".PROP",
-            base + ".$$i", base + ".$$l", base + ".$$t"};
+            base + ".$$i", base + ".$$l", base + ".$$t", std::string(bankDirectory)};
 }
 
 bool FitsFileNames(std::string_view folder, std::string_view ending) {
@@ -131,7 +132,7 @@ int FindPairInForce(const FolderFiles& files, const Unfinished& unfinished, Pair
     return result;
 }
 
-int FinishInterruptedChanges(const FolderFiles& files) {
+int FinishOwnChanges(const FolderFiles& files) {
     Unfinished unfinished;
     const auto isFinished = [&unfinished] {
         return !unfinished.journal && !unfinished.newText && !unfinished.newIndex;
@@ -145,6 +146,12 @@ int FinishInterruptedChanges(const FolderFiles& files) {
     if (result == 0 && unfinished.journal) result = IndexJournal::Resume(files);
     if (result == 0 && (unfinished.newText || unfinished.newIndex))
         result = FinishCompaction(files, unfinished);
+    return result;
+}
+
+int FinishInterruptedChanges(const FolderFiles& files) {
+    const int result = FinishOwnChanges(files);
+    if (result == 0) static_cast<void>(SettlePendingMove(*files.workspace, files.bankDirectory, &files));
     return result;
 }
 

@@ -40,6 +40,7 @@ struct FolderFiles {
     std::string journal;          ///< "B\N.$$i"
     std::string compactionIndex;  ///< "B\N.$$l"
     std::string compactionText;   ///< "B\N.$$t"
+    std::string bankDirectory;    ///< "B"
 };
 
 /// The files of the folder with that base name in a bank's directory; an empty directory is the working
@@ -64,7 +65,11 @@ enum class Pair {
 [[nodiscard]] int FindPairInForce(const FolderFiles& files, const Unfinished& unfinished, Pair& pair);
 
 /// Finishes or undoes what a crash interrupted in a folder, and does nothing where there was none. Returns 0
-/// or a negated errno value. Takes the lock itself where there is something to do.
+/// or a negated errno value. Takes the lock itself where there is something to do. A move of mails from or to the folder is
+/// settled too (`SettlePendingMove`), which may change the numbers of records; one that cannot be is left to the next, and is
+/// no failure.
 [[nodiscard]] int FinishInterruptedChanges(const FolderFiles& files);
+/// The same without moves, for those who have numbers of records already.
+[[nodiscard]] int FinishOwnChanges(const FolderFiles& files);
 
 }  // namespace postkite::store

@@ -25,7 +25,7 @@ bool DecidesMailsFate(std::size_t position) {
 
 int FolderMarker::Open(const FolderFiles& files) {
     int result = files.workspace->Lock(true, lock_);
-    if (result == 0) result = FinishInterruptedChanges(files);
+    if (result == 0) result = FinishOwnChanges(files);
     if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::ReadWrite, index_);
     if (result == 0) result = RequireCurrentLayout(*index_);
     if (result < 0) return result;

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "store/older_layouts.h"
+#include "store/pending_move.h"
 
 namespace postkite::store {
 
@@ -30,11 +31,13 @@ void FillFromIndex(std::string_view index, MailRecord& record) {
 int FolderReader::Open(const FolderFiles& files) {
     files_ = files;
     openedTogether_ = false;
+    // Here and never again while it is open, since the records would get other numbers.
+    static_cast<void>(SettlePendingMove(*files.workspace, files.bankDirectory, &files));
     return OpenFiles();
 }
 
 int FolderReader::OpenFiles() {
-    const int finished = FinishInterruptedChanges(files_);
+    const int finished = FinishOwnChanges(files_);
     if (finished < 0) return finished;
     std::unique_ptr<core::File> index;
     int result = files_.workspace->Open(files_.index, core::OpenMode::Read, index);

@@ -12,6 +12,7 @@
 #include "core/shift_jis.h"
 #include "store/folder_files.h"
 #include "store/folder_tree.h"
+#include "store/pending_move.h"
 
 namespace postkite::store {
 
@@ -170,6 +171,9 @@ int FolderRenaming::Plan(std::string_view oldName, std::string_view newName) {
 /// A change of a folder that a crash left unfinished goes by the folder's name: it is finished under the old
 /// one, and one under the new name must not find our files there.
 int FolderRenaming::FinishFolders(const std::vector<std::string>& names) {
+    // So is a move of mails, whose note has folders by their names.
+    const int settled = SettlePendingMove(*workspace_, bankDirectory_, nullptr);
+    if (settled < 0) return settled;
     for (const std::string& name : names) {
         const FileName file = Split(name);
         if (!IsOneOf(file.extension, kUnfinishedExtensions)) continue;

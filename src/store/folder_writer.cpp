@@ -49,6 +49,13 @@ void PrepareForStorage(MailRecord& record) {
 
 }  // namespace
 
+std::string MakeIdentifierOfNewMail(core::IdentifierMaker& identifiers) {
+    // Two identifiers are made and the second is kept: that is how the serial numbers of old mailboxes have
+    // run.
+    static_cast<void>(identifiers.MakeMailKey());
+    return identifiers.MakeMailKey();
+}
+
 FolderWriter::~FolderWriter() {
     if (changed_) TakeBack();
 }
@@ -56,7 +63,7 @@ FolderWriter::~FolderWriter() {
 int FolderWriter::Open(const FolderFiles& files) {
     files_ = files;
     int result = files.workspace->Lock(true, lock_);
-    if (result == 0) result = FinishInterruptedChanges(files);
+    if (result == 0) result = FinishOwnChanges(files);
     if (result == 0) result = files.workspace->Open(files.text, core::OpenMode::ReadWriteOrCreate, text_);
     if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::ReadWriteOrCreate, index_);
     if (result == 0) result = RequireCurrentLayout(*index_);
@@ -70,6 +77,8 @@ int FolderWriter::Open(const FolderFiles& files) {
     const int counted = CountRecords(*index_, count);
     if (counted < 0) return counted;
     oldIndexBytes_ = indexBytes_ = count * kIndexRecordBytes;
+    firstTextBytes_ = oldTextBytes_;
+    firstIndexBytes_ = oldIndexBytes_;
     const int looked = LookForLastIdentifier();
     return looked < 0 ? looked : LookForTornText();
 }
@@ -124,13 +133,10 @@ int FolderWriter::AddText(MailRecord& record, std::string& indexRecord) {
     return result < 0 ? result : textOutput_.Add(end);
 }
 
-int FolderWriter::Append(MailRecord& record) {
+int FolderWriter::Append(MailRecord& record, std::string_view localId) {
     if (failure_ < 0) return failure_;
     if (!CanBeStored(record)) return -EINVAL;
-    // Two identifiers are made and the second is kept: that is how the serial numbers of old mailboxes have
-    // run.
-    record.localId = identifiers_->MakeMailKey();
-    record.localId = identifiers_->MakeMailKey();
+    record.localId = localId.empty() ? MakeIdentifierOfNewMail(*identifiers_) : std::string(localId);
     std::string indexRecord;
     const int added = AddText(record, indexRecord);
     if (added == -EMSGSIZE) return added;
@@ -202,14 +208,32 @@ int FolderWriter::Fail(int result) {
 }
 
 void FolderWriter::TakeBack() {
-    // The index first: it must not point to what is gone. Where the disk refuses even this, a record without
-    // its text is a damaged mail and nothing else.
-    if (index_->Truncate(oldIndexBytes_) == 0) static_cast<void>(index_->Sync());
-    if (text_->Truncate(oldTextBytes_) == 0) static_cast<void>(text_->Sync());
+    // The index first: it must not point to what is gone.
+    int result = index_->Truncate(oldIndexBytes_);
+    if (result == 0) result = index_->Sync();
+    if (result < 0) hasLeftovers_ = true;
+    // Records that are there, or may come back, keep their texts.
+    if (result == 0 && text_->Truncate(oldTextBytes_) == 0) static_cast<void>(text_->Sync());
     textOutput_ = BlockOutput();
     indexBuffer_.clear();
     overwriting_.reset();
     changed_ = false;
+}
+
+int FolderWriter::TakeBackAll() {
+    failure_ = -ECANCELED;
+    if (changed_) TakeBack();
+    if (hasLeftovers_) return -EIO;
+    std::uint64_t count = 0;
+    const int counted = CountRecords(*index_, count);
+    if (counted < 0) return counted;
+    // Somebody who takes no lock has appended meanwhile: what is theirs is not to go.
+    if (count * kIndexRecordBytes != oldIndexBytes_) return -EBUSY;
+    if (oldIndexBytes_ == firstIndexBytes_) return 0;
+    oldIndexBytes_ = firstIndexBytes_;
+    oldTextBytes_ = firstTextBytes_;
+    TakeBack();
+    return hasLeftovers_ ? -EIO : 0;
 }
 
 }  // namespace postkite::store

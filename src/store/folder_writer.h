@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "core/time_stamp.h"
 #include "core/workspace.h"
@@ -12,6 +13,9 @@
 #include "store/mail_record.h"
 
 namespace postkite::store {
+
+/// The localId of a mail that is about to be appended.
+[[nodiscard]] std::string MakeIdentifierOfNewMail(core::IdentifierMaker& identifiers);
 
 /// A folder open for any number of mails to be appended. Nothing of them counts before `Commit`: it puts the
 /// texts on the disk first, then the index records that point to them, and returns 0 when both are there for
@@ -33,7 +37,8 @@ class FolderWriter {
     /// the spares cleared, index fields cut. -EINVAL for a record that would break the files: a header field
     /// with CR or a zero byte, a body that holds the terminator, flags of more than 50 bytes; -EMSGSIZE for one that
     /// compaction could not read back. Nothing has changed in the folder then.
-    [[nodiscard]] int Append(MailRecord& record);
+    /// The localId is `localId`, which the identifier maker has made, or else a new one.
+    [[nodiscard]] int Append(MailRecord& record, std::string_view localId = {});
 
     /// The same in the place of record `recordNumber`, which must exist. One a commit.
     [[nodiscard]] int Overwrite(int recordNumber, MailRecord& record);
@@ -45,6 +50,13 @@ class FolderWriter {
     [[nodiscard]] std::size_t gatheredBytes() const { return gatheredBytes_; }
 
     [[nodiscard]] int Commit();
+
+    /// Takes back all that was appended since the folder was opened, committed or not, and ends the work. A negated errno
+    /// value where some of it may be there.
+    [[nodiscard]] int TakeBackAll();
+
+    /// Whether something that failed could not be taken back: some of the mails may be there.
+    [[nodiscard]] bool hasLeftovers() const { return hasLeftovers_; }
 
   private:
     struct Overwriting {
@@ -65,7 +77,9 @@ class FolderWriter {
     core::WorkspaceLock lock_;
     std::unique_ptr<core::File> index_;
     std::unique_ptr<core::File> text_;
-    std::uint64_t oldTextBytes_ = 0;
+    std::uint64_t firstTextBytes_ = 0;  ///< when the folder was opened
+    std::uint64_t firstIndexBytes_ = 0;
+    std::uint64_t oldTextBytes_ = 0;  ///< at the last commit
     std::uint64_t oldIndexBytes_ = 0;
     std::uint64_t indexBytes_ = 0;  ///< written and gathered
     BlockOutput textOutput_;
@@ -76,6 +90,7 @@ class FolderWriter {
     std::optional<Overwriting> overwriting_;
     int failure_ = 0;
     bool changed_ = false;  ///< since the last commit
+    bool hasLeftovers_ = false;
     bool namesAreSynced_ = false;
 };
 

@@ -13,6 +13,7 @@
 #include "store/compaction.h"
 #include "store/folder_renaming.h"
 #include "store/older_layouts.h"
+#include "store/pending_move.h"
 
 namespace postkite::store {
 
@@ -74,6 +75,12 @@ std::string_view Mailbox::FolderWritten(std::string_view folder) const {
 
 std::unique_ptr<FolderWriter> Mailbox::OpenWriter(std::string_view folder, int* error) {
     const std::string_view target = FolderWritten(folder);
+    const FolderFiles files = FilesOf(target);
+    static_cast<void>(SettlePendingMove(*files.workspace, files.bankDirectory, &files));
+    return OpenWriterOf(target, error);
+}
+
+std::unique_ptr<FolderWriter> Mailbox::OpenWriterOf(std::string_view target, int* error) {
     auto writer = std::make_unique<FolderWriter>(*identifiers_);
     const int opened = writer->Open(FilesOf(target));
     if (opened < 0) {
@@ -92,9 +99,17 @@ void Mailbox::PrepareForServerList(MailRecord& record) const {
     record.flags[flag::kServerList] = 'S';
 }
 
-int Mailbox::AppendTo(FolderWriter& writer, MailRecord& record) {
+int Mailbox::AppendTo(FolderWriter& writer, MailRecord& record, std::string_view localId) {
     PrepareForServerList(record);
-    return writer.Append(record);
+    return writer.Append(record, localId);
+}
+
+int Mailbox::SettleMoves() {
+    std::string source;
+    const int settled = SettlePendingMove(*workspace_, bankDirectory_, nullptr, &source);
+    if (settled == 0) return 0;
+    ReportFault(source, settled);
+    return -1;
 }
 
 int Mailbox::Commit(FolderWriter& writer, std::string_view folder) {
@@ -105,7 +120,8 @@ int Mailbox::Commit(FolderWriter& writer, std::string_view folder) {
 }
 
 int Mailbox::AppendMail(std::string_view folder, MailRecord& record, int recordNumber) {
-    const auto writer = OpenWriter(folder);
+    const auto writer =
+        recordNumber == -1 ? OpenWriter(folder) : OpenWriterOf(FolderWritten(folder), nullptr);
     if (writer == nullptr) return -1;
     const MailRecord before = record;
     PrepareForServerList(record);

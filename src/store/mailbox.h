@@ -56,11 +56,11 @@ class Mailbox {
     /// Whether a folder of that base name can have files: no separator, nothing that no file name holds.
     [[nodiscard]] static bool IsUsableName(std::string_view folder);
 
-    /// Opens a folder to append many mails. nullptr when that fails; the user knows, and `error` gets the negated errno
+    /// Opens a folder to append many mails; settles a move that it is in, which may change the numbers of records. nullptr when that fails; the user knows, and `error` gets the negated errno
     /// value.
     [[nodiscard]] std::unique_ptr<FolderWriter> OpenWriter(std::string_view folder, int* error = nullptr);
-    /// As `AppendMail` at the end of the list, in an open writer of that folder.
-    [[nodiscard]] int AppendTo(FolderWriter& writer, MailRecord& record);
+    /// As `AppendMail` at the end of the list, in an open writer of that folder. `localId` as `FolderWriter::Append` has it.
+    [[nodiscard]] int AppendTo(FolderWriter& writer, MailRecord& record, std::string_view localId = {});
     /// Commits; tells the user and "error.log" when it fails.
     [[nodiscard]] int Commit(FolderWriter& writer, std::string_view folder);
 
@@ -95,6 +95,10 @@ class Mailbox {
     [[nodiscard]] int MarkSent(std::string_view folder, int recordNumber, bool sent);
     [[nodiscard]] int MarkDeleted(std::string_view folder, int recordNumber);
 
+    /// Settles a move of mails in the bank that a killed program has left half done; to be called under the lock before
+    /// mails are chosen for another. -1 where it cannot be settled, and the user knows.
+    [[nodiscard]] int SettleMoves();
+
     /// Does `mark` with an open marker of the folder and commits: many flags with one open and one sync.
     /// `mark` returns 0 or a negated errno value, which ends the work and is returned; what was marked before
     /// stays.
@@ -124,6 +128,7 @@ class Mailbox {
     void ReportFault(std::string_view folder, int error);
 
   private:
+    [[nodiscard]] std::unique_ptr<FolderWriter> OpenWriterOf(std::string_view target, int* error);
     /// In server-list mode: the size text and the flag of an entry of that list.
     void PrepareForServerList(MailRecord& record) const;
     /// False where there is no folder and, when the user has been told, where it cannot be read.

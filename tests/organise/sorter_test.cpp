@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <set>
 
@@ -150,56 +151,64 @@ TEST_F(SorterTest, TwoNamesOfTheSameFilesAreOneTarget) {
               (Names{"Inbox.loc", "Inbox.mtx", "MailBoxInfo.ini", "Work.loc", "Work.mtx"}));
 }
 
-/// Every mail is in one folder at least, whole, whatever happens; a second sorting brings them all where they belong.
-void ExpectNoneLost(MemoryFileSystem& disk, const std::set<std::string>& mails) {
-    SortingProgram program(disk);
-    std::set<std::string> found;
-    for (const char* folder : {"Inbox", "Work"}) {
-        for (const std::string& mail : program.Mails(folder))
-            found.insert(mail);
-    }
-    EXPECT_EQ(found, mails);
-    EXPECT_GE(SorterTest::Sort(program), 1) << "the Inbox's own";
-    const Names left = program.Subjects("Inbox");
-    EXPECT_EQ(std::set<std::string>(left.begin(), left.end()), (std::set<std::string>{"a1", "i1"}));
-    EXPECT_TRUE(program.ui.messages.empty());
-}
-
-TEST_F(SorterTest, NoMailIsLostOnTheWay) {
-    const Names subjects = {"w1", "i1", "a1"};
-    std::set<std::string> mails;
+/// Several targets, one of them the folder itself, each call of it struck, then tried again twice, struck again.
+TEST_F(SorterTest, EveryMailIsThereOnceWhateverHappensHoweverOften) {
+    const Names subjects = {"w1", "f1", "i1", "w2", "a1"};
+    Names mails;
     for (const std::string& subject : subjects)
-        mails.insert(subject + ": text\r\n");
+        mails.push_back(subject + ": text\r\n");
+    std::sort(mails.begin(), mails.end());
     MemoryFileSystem original;
     PutTree(original);
     {
         SortingProgram program(original);
         Add(program, subjects);
     }
+    using store::Fault;
     for (const bool crash : {false, true}) {
         int struck = 0;
         for (bool hit = true; hit && !HasFailure(); ++struck) {
-            const store::Fault fault = !crash            ? store::Fault::FullDisk
-                                       : struck % 2 == 0 ? store::Fault::PowerCutDurable
-                                                         : store::Fault::Killed;
-            SCOPED_TRACE(store::Describe(fault, struck + 1));
+            const Fault fault = !crash            ? Fault::FullDisk
+                                : struck % 2 == 0 ? Fault::PowerCutDurable
+                                                  : Fault::Killed;
             MemoryFileSystem copy;
             PutTree(copy);
             copy.Put(kRulePath, kRules);
             for (const char* path : {store::kIndexPath, store::kTextPath})
                 copy.Put(path, original.Get(path).value());
-            SortingProgram program(copy);
-            program.clock.now.hour = 9;
-            program.Load();
-            store::Arrange(copy, fault, struck + 1);
-            const int sorted = program.sorter.SortFolder("Inbox", program.rules, MailEditing::No);
-            hit = copy.struck();
-            EXPECT_EQ(sorted == -1, !program.ui.messages.empty());
-            EXPECT_TRUE(hit || sorted == 2);
-            store::End(copy, fault);
-            const bool stands = sorted != 2 || SortingProgram(copy).Subjects("Inbox") == Names{"a1", "i1"};
-            EXPECT_TRUE(stands) << "what was told to be done stays done";
-            ExpectNoneLost(copy, mails);
+            for (int attempt = 0; attempt < 3; ++attempt) {
+                SCOPED_TRACE(store::Describe(fault, struck + 1) + ", attempt " + std::to_string(attempt));
+                SortingProgram program(copy);
+                program.clock.now.hour = 9 + attempt;
+                program.Load();
+                const Names before = program.Subjects("Inbox");
+                store::Arrange(copy, fault, struck + 1);
+                Plan moved;
+                const int sorted = program.sorter.SortFolder("Inbox", program.rules, MailEditing::No, &moved);
+                if (attempt == 0) hit = copy.struck();
+                EXPECT_EQ(sorted == -1, !program.ui.messages.empty());
+                EXPECT_TRUE(copy.struck() || sorted == static_cast<int>(moved.size()));
+                store::End(copy, fault);
+                SortingProgram next(copy);
+                Names found = next.Mails("Inbox");
+                const std::size_t left = found.size();
+                for (const char* folder : {"Work", "Friends"}) {
+                    const Names there = next.Mails(folder);
+                    found.insert(found.end(), there.begin(), there.end());
+                }
+                std::sort(found.begin(), found.end());
+                EXPECT_EQ(found, mails);
+                EXPECT_TRUE(sorted == -1 || left == 2) << "what was told to be done stays done";
+                // What is said to have moved has, and nothing else: the Inbox's own stay in it.
+                const auto gone =
+                    std::count_if(moved.begin(), moved.end(), [&before](const SortedMail& mail) {
+                        return before[static_cast<std::size_t>(mail.recordNumber)].front() != 'i';
+                    });
+                EXPECT_TRUE(fault != Fault::FullDisk ||
+                            before.size() - left == static_cast<std::size_t>(gone))
+                    << gone;
+                EXPECT_FALSE(copy.Exists("/mail/Bank/MailBoxInfo.$$m"));
+            }
         }
         EXPECT_GT(struck, 100);
     }

@@ -337,31 +337,45 @@ TEST_F(FolderCommands, MovesMailsToTrash) {
     EXPECT_EQ(program->Subjects("Trash").back(), "f");
 }
 
-TEST_F(FolderCommands, NeverLosesAMailOnTheWay) {
-    for (const Fault fault : {Fault::BadDisk, Fault::Killed, Fault::PowerCutDurable}) {
+/// Each mail is in one folder, whatever happened, and how often.
+TEST_F(FolderCommands, AMoveThatFailsAndIsTriedAgainLeavesEachMailOnce) {
+    for (const Fault fault : kFaults) {
         bool struck = true;
-        for (int call = 1; struck; ++call) {
+        for (int call = 1; struck && !HasFailure(); ++call) {
             SCOPED_TRACE(Describe(fault, call));
             Begin(kTree);
             program->AddTo("Work", "b");
             program->AddTo("Trash", "t");
             ASSERT_EQ(disk.SyncDirectory(kBankPath), 0);
-            Arrange(disk, fault, call);
-            const int result = folders().MoveMailsToTrash("Work", std::array{0, 1});
-            struck = disk.struck();
-            EXPECT_EQ(result == 0, program->ui.messages.empty());
-            End(disk, fault);
-            Program next(disk);
-            const Names left = next.Subjects("Work");
-            const Names trash = next.Subjects("Trash");
-            ASSERT_FALSE(trash.empty());
-            EXPECT_EQ(trash.front(), "t");
-            for (const char* subject : {"w", "b"}) {
-                const auto there = std::count(trash.begin(), trash.end(), subject);
-                EXPECT_LE(there, 1);
-                EXPECT_GE(there + std::count(left.begin(), left.end(), subject), 1) << subject;
+            int result = -1;
+            for (int attempt = 0; attempt < 3 && result != 0; ++attempt) {
+                Program next(disk);
+                next.clock.now.hour += attempt + 1;
+                const int mails = next.mailbox.CountMails("Work");
+                // What has gone already is not to be moved again.
+                if (mails == 0) break;
+                Arrange(disk, fault, call);
+                result = next.folders.MoveMailsToTrash("Work", std::array{0, 1});
+                struck = disk.struck();
+                EXPECT_EQ(result == 0, next.ui.messages.empty());
+                End(disk, fault);
             }
-            EXPECT_TRUE(result != 0 || (left.empty() && trash == Names{"t", "w", "b"}));
+            // A program that knows of no move appends before the next one looks.
+            {
+                Program older(disk);
+                FolderWriter writer(older.identifiers);
+                MailRecord mail = Program::Mail("older");
+                ASSERT_EQ(writer.Open(older.mailbox.FilesOf("Trash")), 0);
+                ASSERT_EQ(writer.Append(mail) + writer.Commit(), 0);
+            }
+            Program next(disk);
+            Names all = next.Subjects("Work");
+            const Names trash = next.Subjects("Trash");
+            EXPECT_TRUE(result != 0 || all.empty());
+            all.insert(all.end(), trash.begin(), trash.end());
+            std::sort(all.begin(), all.end());
+            EXPECT_EQ(all, (Names{"b", "older", "t", "w"}));
+            EXPECT_FALSE(disk.Exists("/mail/Bank/MailBoxInfo.$$m"));
         }
     }
 }
