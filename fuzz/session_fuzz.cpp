@@ -66,7 +66,7 @@ class IdlePartners final : public comm::SessionPartners {
     void RecordLastAccess(const comm::PatrolEntry&) override {}
     [[nodiscard]] std::string LastAccess(const comm::PatrolEntry&) override { return {}; }
     void MarkDownloadDone(const comm::PatrolEntry&) override {}
-    void MailGoesOut(std::string_view) override {}
+    [[nodiscard]] int MailGoesOut(std::string_view) override { return 0; }
     [[nodiscard]] int CountCapturedMails() override { return 0; }
 };
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <memory>
+#include <iterator>
 #include <utility>
 
 #include "analyse/mail_log.h"
@@ -11,18 +11,18 @@
 #include "core/error_log.h"
 #include "core/error_text.h"
 #include "core/file_system.h"
-#include "core/line_reader.h"
+#include "store/folder_reader.h"
 #include "store/folder_tree.h"
+#include "store/index_record.h"
 
 namespace postkite::app {
 
 namespace {
 
+using State = outgoing::SendingNotes::State;
+
 /// The folder whose mails say what is to be downloaded.
 constexpr std::string_view kDownloadFolder = "Download";
-
-/// Holds the identifiers of the mails that have begun to go out and are not marked yet.
-constexpr std::string_view kUnsureFile = "BMTEMP.$$$\\Unsure.tmp";
 
 /// The name of a room's or library's folder, from its entry in a patrol list or from a queued message's target: "mes3" and
 /// "MES 3" are one room.
@@ -58,54 +58,63 @@ comm::PatrolLists PatrolOfToday(const core::Workspace& workspace, const core::Cl
 
 SessionRecords::SessionRecords(core::Workspace& workspace, const core::Clock& clock,
                                const ActiveFolders& active, store::Mailbox& mailbox)
-    : workspace_(&workspace), clock_(&clock), active_(active), mailbox_(&mailbox) {
+    : workspace_(&workspace), clock_(&clock), active_(active), mailbox_(&mailbox), notes_(workspace) {
 }
 
-bool SessionRecords::MarkSentIn(std::string_view folder, std::string_view localId) {
-    const int recordNumber = mailbox_->FindMail(folder, localId);
-    return recordNumber >= 0 && mailbox_->MarkSent(folder, recordNumber, true) == 0;
+int SessionRecords::MailGoesOut(std::string_view localId) {
+    return notes_.Set(localId, State::GoingOut);
 }
 
-void SessionRecords::MailGoesOut(std::string_view localId) {
-    unsure_.emplace_back(localId);
-    WriteUnsure();
+bool SessionRecords::IsOfThisBank(const outgoing::SendingNotes::Note& note) const {
+    return note.bank == mailbox_->bankDirectory();
 }
 
-/// Where this fails the session goes on: the worst is that a killed program is silent about a mail.
-void SessionRecords::WriteUnsure() {
-    if (unsure_.empty()) {
-        static_cast<void>(workspace_->Remove(kUnsureFile));
-        return;
+int SessionRecords::TakeOver(std::vector<std::string>& marked) {
+    sentMails_.clear();
+    unmarkedMails_.clear();
+    if (const int loaded = notes_.Load(); loaded < 0) return loaded;
+    const std::vector<outgoing::SendingNotes::Note> notes = notes_.notes();
+    for (const auto& note : notes) {
+        // Another bank's mails are not in the way here.
+        if (note.state != State::Accepted || !IsOfThisBank(note)) continue;
+        TryToMark(note.localId, true);
+        if (notes_.Find(note.localId)->state == State::Settled) marked.push_back(note.subject);
     }
-    std::string lines;
-    for (const std::string& localId : unsure_)
-        lines += localId + "\r\n";
-    std::unique_ptr<core::File> file;
-    int result = workspace_->Open(kUnsureFile, core::OpenMode::ReadWriteOrCreate, file);
-    if (result == 0) result = file->Truncate(0);
-    if (result == 0) result = file->WriteAt(0, lines);
-    if (result == 0) result = file->Sync();
-    if (result == 0) return;
-    core::LogError(*workspace_,
-                   std::string(kUnsureFile) + ": " + core::DescribeError(result, core::Language::English));
+    return 0;
 }
 
-std::vector<std::string> SessionRecords::TakeUnsure() {
-    constexpr std::size_t kLongestLine = 64;
-    std::vector<std::string> identifiers;
-    {
-        std::unique_ptr<core::File> file;
-        if (workspace_->Open(kUnsureFile, core::OpenMode::Read, file) < 0) return {};
-        core::LineReader reader(*file, kLongestLine);
-        for (std::string localId; core::ReadLogLine(reader, localId) == 0;)
-            identifiers.push_back(localId);
+std::vector<outgoing::SendingNotes::Note> SessionRecords::TakeUnsure() {
+    std::vector<outgoing::SendingNotes::Note> unsure;
+    std::copy_if(notes_.notes().begin(), notes_.notes().end(), std::back_inserter(unsure),
+                 [](const auto& note) { return note.state == State::GoingOut; });
+    for (const auto& note : unsure)
+        notes_.Settle(note.localId);
+    return unsure;
+}
+
+int SessionRecords::Reserve(const outgoing::SendQueue& queue) {
+    std::vector<outgoing::SendingNotes::Note> notes;
+    for (const outgoing::QueuedMail& mail : queue.mails)
+        notes.push_back(
+            {State::Queued, mail.localId, mailbox_->bankDirectory(), active_.Outbox(), mail.subject});
+    return notes_.Begin(std::move(notes));
+}
+
+std::vector<std::string> SessionRecords::Unmarked() const {
+    std::vector<std::string> subjects;
+    for (const auto& note : notes_.notes()) {
+        if (note.state == State::Accepted && IsOfThisBank(note)) subjects.push_back(note.subject);
     }
-    unsure_.clear();
-    WriteUnsure();
-    return identifiers;
+    return subjects;
 }
 
+/// The note comes first. Where it fails the mark is tried all the same; without either the next session finds a mail that
+/// was going out, and tells.
 void SessionRecords::MarkMailSent(std::string_view localId) {
+    if (const int noted = notes_.Set(localId, State::Accepted); noted < 0) {
+        core::LogError(*workspace_, std::string(outgoing::SendingNotes::kFile) + ": " +
+                                        core::DescribeError(noted, core::Language::English));
+    }
     sentMails_.emplace_back(localId);
     WriteWaiting(Waiting::No);
 }
@@ -135,15 +144,11 @@ void SessionRecords::WriteWaiting(Waiting waiting) {
     core::WorkspaceLock lock;
     if (workspace_->Lock(waiting == Waiting::Yes, lock) == -EWOULDBLOCK) return;
     // A mark that fails is tried once more when the session is over, and not at every tick.
-    for (std::string& localId : std::exchange(sentMails_, {})) {
-        if (!Mark(localId)) unmarkedMails_.push_back(std::move(localId));
-    }
+    for (const std::string& localId : std::exchange(sentMails_, {}))
+        TryToMark(localId, false);
     if (waiting == Waiting::Yes) {
-        for (const std::string& localId : std::exchange(unmarkedMails_, {})) {
-            if (Mark(localId)) continue;
-            ++unmarked_;
-            core::LogError(*workspace_, "MarkMailSent: " + localId + " was sent and is not marked");
-        }
+        for (const std::string& localId : std::exchange(unmarkedMails_, {}))
+            TryToMark(localId, true);
     }
     for (const std::string& folder : std::exchange(placesRead_, {}))
         WriteLastAccess(folder);
@@ -151,12 +156,45 @@ void SessionRecords::WriteWaiting(Waiting waiting) {
         static_cast<void>(mailbox_->MarkSent(kDownloadFolder, recordNumber, true));
 }
 
-bool SessionRecords::Mark(std::string_view localId) {
+void SessionRecords::TryToMark(const std::string& localId, bool forTheLastTime) {
+    const Marking marking = Mark(localId);
+    if (marking != Marking::Failed) {
+        notes_.Settle(localId);
+        if (marking == Marking::Done) return;
+        core::LogError(*workspace_, "MarkMailSent: " + localId + " was sent and is no longer in the Outbox");
+    } else if (forTheLastTime) {
+        core::LogError(*workspace_, "MarkMailSent: " + localId + " was sent and is not marked");
+    } else {
+        unmarkedMails_.push_back(localId);
+    }
+}
+
+SessionRecords::Marking SessionRecords::Mark(std::string_view localId) {
+    const outgoing::SendingNotes::Note* note = notes_.Find(localId);
+    if (note != nullptr && !note->folder.empty()) return MarkSentIn(note->folder, localId);
     const std::string outbox = active_.Outbox();
-    bool marked = MarkSentIn(outbox, localId);
-    if (!marked && outbox != store::kOutbox) marked = MarkSentIn(store::kOutbox, localId);
-    if (marked && std::erase(unsure_, localId) > 0) WriteUnsure();
-    return marked;
+    const Marking marking = MarkSentIn(outbox, localId);
+    return marking == Marking::Done || outbox == store::kOutbox ? marking
+                                                                : MarkSentIn(store::kOutbox, localId);
+}
+
+/// A list that is missing while its text is there may come back, and the mail with it.
+SessionRecords::Marking SessionRecords::MarkSentIn(std::string_view folder, std::string_view localId) {
+    int recordNumber = -1;
+    {
+        const store::FolderFiles files = mailbox_->FilesOf(folder);
+        store::FolderReader reader;
+        if (const int opened = reader.Open(files); opened < 0) {
+            core::EntryKind text{};
+            const bool isGone = opened == -ENOENT && workspace_->Inspect(files.text, text) == 0 &&
+                                text == core::EntryKind::Missing;
+            return isGone ? Marking::Gone : Marking::Failed;
+        }
+        recordNumber = reader.FindMail(localId);
+        if (reader.error() < 0) return Marking::Failed;
+        if (recordNumber < 0 || store::IsDeleted(reader.IndexRecord(recordNumber))) return Marking::Gone;
+    }
+    return mailbox_->MarkSent(folder, recordNumber, true) == 0 ? Marking::Done : Marking::Failed;
 }
 
 /// A date that is not written only means that the place is read once more.

@@ -39,27 +39,38 @@ Sessions::Sessions(comm::SerialPort& port, core::Workspace& workspace, const cor
 int Sessions::Begin(Start start, const std::string& device, const comm::ScriptLines* script) {
     if (running() || TakeLock(lock_) < 0) return -1;
     yield_ = {};
-    records_.BeginSession();
-    TellUnsure();
+    notesError_ = TakeOver();
+    for (const outgoing::SendingNotes::Note& note : records_.TakeUnsure())
+        TellUnsure(note);
     if (AnalyseLeftOvers() == 0 && PrepareQueue(start) == 0 &&
         session_.Begin(start, device, PatrolOfToday(*workspace_, *clock_, folders_->tree()), script) == 0)
         return 0;
+    records_.Tidy();
     lock_.reset();
     return -1;
 }
 
-/// The program was killed while a mail went out or before it was marked. It is still reserved, and the person decides whether it may come twice.
-void Sessions::TellUnsure() {
-    for (const std::string& localId : records_.TakeUnsure())
-        TellUnsure(localId);
+/// Whatever an earlier session could not mark is marked now.
+int Sessions::TakeOver() {
+    std::vector<std::string> marked;
+    const int result = records_.TakeOver(marked);
+    if (marked.empty()) return result;
+    std::string text(core::Choose(*ui_, "前回の通信で送信したメールに、送信済みの印を付けました:"_sjis,
+                                  "Sent by an earlier session and marked as sent now:"));
+    for (const std::string& subject : marked)
+        text += "\r\n" + subject;
+    Tell(text);
+    return result;
 }
 
-void Sessions::TellUnsure(const std::string& localId) {
-    core::LogError(*workspace_, "session: " + localId +
+/// The program was killed while the mail went out. It is still reserved, and the person decides whether it may come
+/// twice.
+void Sessions::TellUnsure(const outgoing::SendingNotes::Note& note) {
+    core::LogError(*workspace_, "session: " + note.localId +
                                     " went out in an earlier session, which ended before it was marked");
-    const std::string outbox = active_.Outbox();
+    const std::string outbox = note.folder.empty() ? active_.Outbox() : note.folder;
     store::MailListEntry entry;
-    const int number = mailbox_->FindMail(outbox, localId);
+    const int number = mailbox_->FindMail(outbox, note.localId);
     if (number < 0 || mailbox_->ReadListEntry(outbox, number, entry) < 0 ||
         entry.flags.view()[store::flag::kSent] == 'S')
         return;
@@ -78,15 +89,33 @@ int Sessions::PrepareQueue(Start& start) {
     uploadBytes_ = 0;
     if (start == Start::ReceiveOnly) return 0;
     outgoing::SendQueue queue;
-    if (outgoing::BuildSendQueue(*mailbox_, *settings_, active_.Outbox(), outgoing::PostOrder::Ascending,
-                                 queue) == 0) {
+    if (MakeQueue(queue) == 0) {
         uploadBytes_ = queue.uploadBytes;
+        if (const int reserved = records_.Reserve(queue); reserved < 0) return RefuseToSend(reserved);
         return 0;
     }
     if (queue.refused) return -1;
     ui_->SetStatusText(core::Choose(*ui_, "受信だけを行います。"_sjis, "Receiving only."));
     start = Start::ReceiveOnly;
     return 0;
+}
+
+int Sessions::MakeQueue(outgoing::SendQueue& queue) {
+    if (notesError_ < 0) {
+        queue.refused = true;
+        return RefuseToSend(notesError_);
+    }
+    return outgoing::BuildSendQueue(*mailbox_, *settings_, active_.Outbox(), outgoing::PostOrder::Ascending,
+                                    queue, records_.Accepted());
+}
+
+/// Without notes a mail could go out twice, and nobody would know.
+int Sessions::RefuseToSend(int error) {
+    std::string text(outgoing::SendingNotes::kFile);
+    text += core::Choose(*ui_, " を使用できないため、送信できません。\r\n"_sjis,
+                         " cannot be used, so nothing can be sent.\r\n");
+    Tell(text + core::DescribeError(error, ui_->language()));
+    return -1;
 }
 
 int Sessions::Tick() {
@@ -112,15 +141,33 @@ void Sessions::End() {
     records_.WriteWaiting(SessionRecords::Waiting::Yes);
     // Whatever is unsure has been told.
     static_cast<void>(records_.TakeUnsure());
+    records_.Tidy();
+    const std::vector<std::string> unmarked = records_.Unmarked();
     yield_.sent = session_.sent();
+    const int queueError = session_.queueError();
+    yield_.settled =
+        unmarked.empty() && session_.unmarked() == 0 && !session_.refusedUpload() && queueError == 0;
     AnalyseCaptures();
     lock_.reset();
     ending_ = false;
-    if (records_.unmarked() == 0) return;
-    std::string text(core::Choose(*ui_, "送信済みの印を付けられなかったメール: "_sjis,
-                                  "Mails that were sent and could not be marked as sent: "));
-    Tell(text + std::to_string(records_.unmarked()));
-    records_.BeginSession();
+    TellUnmarked(unmarked);
+    if (queueError == 0) return;
+    std::string text(core::Choose(*ui_, "送信キューを読み込めないため、すべては送信していません。\r\n"_sjis,
+                                  "The send queue cannot be read, so not all of it was sent.\r\n"));
+    Tell(text + core::DescribeError(queueError, ui_->language()));
+}
+
+void Sessions::TellUnmarked(const std::vector<std::string>& subjects) {
+    if (subjects.empty()) return;
+    std::string text(
+        core::Choose(*ui_,
+                     "次のメールは送信しましたが、送信済みの印を付けられませんでした。"
+                     "二度送信することはありません。印は次の通信のときに付けます。"_sjis,
+                     "These mails were sent and could not be marked as sent. They will not be sent "
+                     "again; the next session tries to mark them."));
+    for (const std::string& subject : subjects)
+        text += "\r\n" + subject;
+    Tell(text);
 }
 
 analyse::Analysis Sessions::MakeAnalysis(bool resultMessages) {
@@ -173,8 +220,9 @@ bool Sessions::CapturesAreGone() const {
 int Sessions::BuildQueue(outgoing::SendQueue& queue) {
     SessionLock lock;
     if (RefuseWhileRunning() < 0 || TakeLock(lock) < 0) return -1;
-    return outgoing::BuildSendQueue(*mailbox_, *settings_, active_.Outbox(), outgoing::PostOrder::Ascending,
-                                    queue);
+    notesError_ = TakeOver();
+    records_.Tidy();
+    return MakeQueue(queue);
 }
 
 int Sessions::AnalyseMailLog(std::string_view path, analyse::MailLogResult& result) {

@@ -87,6 +87,9 @@ class Sessions {
         int messages = 0;    ///< of forums, stored
         int sent = 0;        ///< mails and posts
         bool stored = true;  ///< false: a capture could not be stored whole, and stays
+        /// False: a mail that the host has taken could not be marked as sent, or one was not sent for want of its
+        /// file. It was named.
+        bool settled = true;
     };
     [[nodiscard]] const Yield& yield() const { return yield_; }
 
@@ -95,8 +98,11 @@ class Sessions {
     using SessionLock = std::unique_ptr<core::FileLock>;
     [[nodiscard]] int TakeLock(SessionLock& lock);
     [[nodiscard]] int RefuseWhileRunning();
-    void TellUnsure();
-    void TellUnsure(const std::string& localId);
+    [[nodiscard]] int TakeOver();
+    void TellUnsure(const outgoing::SendingNotes::Note& note);
+    void TellUnmarked(const std::vector<std::string>& subjects);
+    [[nodiscard]] int MakeQueue(outgoing::SendQueue& queue);
+    [[nodiscard]] int RefuseToSend(int error);
     [[nodiscard]] int PrepareQueue(Start& start);
     [[nodiscard]] int AnalyseLeftOvers();
     void AnalyseCaptures();
@@ -116,6 +122,7 @@ class Sessions {
     comm::Session session_;
     SessionLock lock_;  ///< while a session runs
     bool ending_ = false;
+    int notesError_ = 0;  ///< why nobody knows what has been sent, a negated errno value
     Yield yield_;
     std::uint64_t uploadBytes_ = 0;
 };

@@ -165,18 +165,22 @@ int Interpreter::UploadFileBuffer(const ScriptFields&) {
         RefuseUpload(error);
         return kSessionGoesOn;
     }
-    Advance();
-    state_.fileSending = true;
-    state_.routePrompt = false;
-    state_.fileBytesSent = 0;
-    SetTimeOut(kSecondsForUpload);
     // The file's own name is its number. In the queue's directory that is what stands behind its eleven
     // characters.
     const std::string_view name = state_.lineBuffer;
     const std::size_t separator = core::FindLastCharacter(name, '\\');
     state_.mailIndex = Number(separator == std::string_view::npos ? name : name.substr(separator + 1)) - 1;
-    state_.uploadedId = queue_.MailId(state_.mailIndex);
-    if (!state_.uploadedId.empty()) partners_->MailGoesOut(state_.uploadedId);
+    int noted = queue_.MailId(state_.mailIndex, state_.uploadedId);
+    if (noted == 0 && !state_.uploadedId.empty()) noted = partners_->MailGoesOut(state_.uploadedId);
+    if (noted < 0) {
+        RefuseToNote(noted);
+        return kSessionGoesOn;
+    }
+    Advance();
+    state_.fileSending = true;
+    state_.routePrompt = false;
+    state_.fileBytesSent = 0;
+    SetTimeOut(kSecondsForUpload);
     return kSessionGoesOn;
 }
 

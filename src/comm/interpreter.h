@@ -69,6 +69,8 @@ class Interpreter {
     [[nodiscard]] int sent() const { return state_.sent; }
     /// Those of them whose mail in the Outbox could not be named, and so is not marked.
     [[nodiscard]] int unmarked() const { return state_.unmarked; }
+    /// Whether something that was to be sent was not, for want of its file or of a note of it. The user knows.
+    [[nodiscard]] bool refusedUpload() const { return state_.refusedUpload; }
 
     /// Whether a mail went out whole and the script has not come to its confirmation by the host. Told once; `localId` is the
     /// mail's identifier, empty where it has none.
@@ -127,6 +129,7 @@ class Interpreter {
         std::uint64_t fileBytesSent = 0;
         int sent = 0;
         int unmarked = 0;
+        bool refusedUpload = false;
 
         // Forums, libraries.
         std::string currentForum;
@@ -145,6 +148,7 @@ class Interpreter {
     [[nodiscard]] int SendUploadLines();
     void SendUploadPiece(UploadFile::Piece piece, std::string_view text);
     void RefuseUpload(int error);
+    void RefuseToNote(int error);
     void CloseUpload();
     void ShowRedialCountdown();
 

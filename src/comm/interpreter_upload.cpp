@@ -66,7 +66,22 @@ void Interpreter::RefuseUpload(int error) {
                    state_.lineBuffer + ": " + core::DescribeError(error, core::Language::English));
     CloseUpload();
     GoToLogOff();
+    state_.refusedUpload = true;
     message_ = Message{"Error", std::string("アップロードファイルを認識出来ません。(ERROR-1)"_sjis)};
+}
+
+/// Without a note a program that is killed behind the host's word would send the mail again, and nobody would know. The
+/// mail stays reserved, and the log-off ends the session.
+void Interpreter::RefuseToNote(int error) {
+    core::LogError(*workspace_, "UPLOAD_FBUF " + state_.lineBuffer + ": " +
+                                    core::DescribeError(error, core::Language::English));
+    state_.uploadedId.clear();
+    CloseUpload();
+    GoToLogOff();
+    state_.refusedUpload = true;
+    std::string text(core::Choose(*ui_, "送信の記録を書き込めないため、送信を中止しました。\r\n"_sjis,
+                                  "What is sent cannot be noted down, so nothing more was sent.\r\n"));
+    Tell(core::kProductName, text + core::DescribeError(error, ui_->language()));
 }
 
 void Interpreter::CloseUpload() {

@@ -9,6 +9,7 @@ namespace postkite::comm {
 
 void SendQueueReader::OpenOne(core::Workspace& workspace, std::string_view name, QueueFile& queueFile) {
     queueFile.reader.reset();
+    queueFile.error = 0;
     const int error = workspace.Open(name, core::OpenMode::Read, queueFile.file);
     if (error == 0) {
         queueFile.reader.emplace(*queueFile.file, kLongestQueueLine);
@@ -16,6 +17,7 @@ void SendQueueReader::OpenOne(core::Workspace& workspace, std::string_view name,
     }
     queueFile.file.reset();
     if (error == -ENOENT || error == -ENOTDIR) return;
+    queueFile.error = error;
     core::LogError(workspace, std::string(name) + ": " + core::DescribeError(error, core::Language::English));
 }
 
@@ -27,13 +29,21 @@ void SendQueueReader::Open(core::Workspace& workspace) {
 }
 
 void SendQueueReader::Close() {
-    mails_ = {};
-    posts_ = {};
-    mailIds_ = {};
+    for (QueueFile* queueFile : {&mails_, &posts_, &mailIds_}) {
+        queueFile->reader.reset();
+        queueFile->file.reset();
+    }
+}
+
+int SendQueueReader::error() const {
+    return mails_.error != 0 ? mails_.error : posts_.error != 0 ? posts_.error : mailIds_.error;
 }
 
 bool SendQueueReader::Read(QueueFile& queueFile, std::string& line) {
-    return queueFile.reader && core::ReadLogLine(*queueFile.reader, line) == 0;
+    if (!queueFile.reader) return false;
+    if (core::ReadLogLine(*queueFile.reader, line) == 0) return true;
+    if (queueFile.error == 0) queueFile.error = queueFile.reader->error();
+    return false;
 }
 
 SendQueueReader::Next SendQueueReader::ReadMailLineIf(std::string_view prefix, std::string& line) {
@@ -49,18 +59,20 @@ SendQueueReader::Next SendQueueReader::ReadMailLineIf(std::string_view prefix, s
     return Next::Taken;
 }
 
-std::string SendQueueReader::MailId(int index) {
-    if (index < 0 || !mailIds_.reader) return {};
+int SendQueueReader::MailId(int index, std::string& localId) {
+    localId.clear();
+    if (index < 0 || !mailIds_.reader) return mailIds_.error;
     if (index < nextMailId_) {
         mailIds_.reader->Seek(0);
         nextMailId_ = 0;
     }
     std::string line;
     while (nextMailId_ <= index) {
-        if (!Read(mailIds_, line)) return {};
+        if (!Read(mailIds_, line)) return mailIds_.error;
         ++nextMailId_;
     }
-    return line;
+    localId = std::move(line);
+    return 0;
 }
 
 }  // namespace postkite::comm

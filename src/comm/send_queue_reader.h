@@ -28,6 +28,10 @@ class SendQueueReader {
     void Open(core::Workspace& workspace);
     void Close();
 
+    /// 0, or with what a file that is there could not be opened or read since `Open`, a negated errno value: the end
+    /// that its reader has seen was not the end. Stays after `Close`.
+    [[nodiscard]] int error() const;
+
     [[nodiscard]] bool hasMails() const { return mails_.reader.has_value(); }
     [[nodiscard]] bool hasPosts() const { return posts_.reader.has_value(); }
 
@@ -39,13 +43,15 @@ class SendQueueReader {
     enum class Next { Taken, Other, End };
     [[nodiscard]] Next ReadMailLineIf(std::string_view prefix, std::string& line);
 
-    /// The identifier of the mail in the message file `index` + 1, empty when there is none.
-    [[nodiscard]] std::string MailId(int index);
+    /// The identifier of the mail in the message file `index` + 1, empty when there is none. Returns 0, or a negated
+    /// errno value where the list is there and cannot be read.
+    [[nodiscard]] int MailId(int index, std::string& localId);
 
   private:
     struct QueueFile {
         std::unique_ptr<core::File> file;
         std::optional<core::LineReader> reader;
+        int error = 0;  ///< with which it could not be opened or read
     };
     static void OpenOne(core::Workspace& workspace, std::string_view name, QueueFile& queueFile);
     [[nodiscard]] static bool Read(QueueFile& queueFile, std::string& line);

@@ -39,6 +39,7 @@ Session::~Session() {
 int Session::Begin(Start start, const std::string& device, PatrolLists lists, const ScriptLines* script) {
     if (running()) return -1;
     const int logOffLine = LoadScript(script);
+    interpreter_.queue() = SendQueueReader();
     if (start == Start::ReceiveOnly) {
         RemoveQueue();
     } else {

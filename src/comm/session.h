@@ -77,6 +77,11 @@ class Session {
 
     /// Mails and posts that the host has taken since `Begin`, also after the end.
     [[nodiscard]] int sent() const { return interpreter_.sent(); }
+    /// With what the queue could not be read to its end, a negated errno value: not all of it was sent.
+    [[nodiscard]] int queueError() { return interpreter_.queue().error(); }
+    /// Whether some of them cannot be marked, and whether something could not be sent: as the interpreter's.
+    [[nodiscard]] int unmarked() const { return interpreter_.unmarked(); }
+    [[nodiscard]] bool refusedUpload() const { return interpreter_.refusedUpload(); }
     /// Bytes of message files that have gone out since `Begin`.
     [[nodiscard]] std::uint64_t bytesSent() const { return interpreter_.bytesSent(); }
 

@@ -32,9 +32,10 @@ class SessionPartners {
     SessionPartners& operator=(const SessionPartners&) = delete;
     virtual ~SessionPartners() = default;
 
-    /// The mail with that local identifier begins to go out. Should the program end before the host has confirmed it,
-    /// the next session has to tell.
-    virtual void MailGoesOut(std::string_view localId) = 0;
+    /// The mail with that local identifier is about to go out. Should the program end before the host has confirmed it,
+    /// the next session has to tell. Where that cannot be noted, returns a negated errno value, and the mail must not
+    /// go out; else 0.
+    [[nodiscard]] virtual int MailGoesOut(std::string_view localId) = 0;
 
     /// The mail with that local identifier has gone out and is confirmed: finds it in the Outbox of the current bank, marks it
     /// sent and deselects its row where it is on show. Whoever cannot mark it tells the user.

@@ -87,6 +87,8 @@ Failure QueueBuilder::QueueMail(store::FolderReader& reader, int number, std::st
         refusal = Refusal::NoIdentifier;
     } else if (!isFirst) {
         refusal = Refusal::SameIdentifier;
+    } else if (accepted_->contains(localId)) {
+        refusal = Refusal::AlreadyTaken;
     } else {
         refusal = Prepare(record, outgoing);
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,10 +33,12 @@ struct Failure {
 /// Borrows everything.
 class QueueBuilder {
   public:
-    QueueBuilder(store::Mailbox& mailbox, const core::Settings& settings, PostOrder order, SendQueue& queue)
+    QueueBuilder(store::Mailbox& mailbox, const core::Settings& settings, PostOrder order,
+                 const std::set<std::string, std::less<>>& accepted, SendQueue& queue)
         : mailbox_(&mailbox),
           settings_(&settings),
           order_(order),
+          accepted_(&accepted),
           queue_(&queue),
           files_(mailbox.workspace()) {}
 
@@ -70,6 +73,7 @@ class QueueBuilder {
     store::Mailbox* mailbox_;
     const core::Settings* settings_;
     PostOrder order_;
+    const std::set<std::string, std::less<>>* accepted_;  ///< by the host, and without a mark
     SendQueue* queue_;
     QueueFiles files_;
     std::vector<Post> posts_;

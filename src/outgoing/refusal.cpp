@@ -37,6 +37,8 @@ constexpr Phrase kPhrases[] = {
     {Refusal::NoIdentifier, "メールに識別子がありません"_sjis, "it has no identifier"},
     {Refusal::SameIdentifier, "ほかのメールと同じ識別子を持っています"_sjis,
      "another mail has the same identifier"},
+    {Refusal::AlreadyTaken, "ホストに送信済みですが、送信済みの印を付けられません"_sjis,
+     "it was sent already, and cannot be marked as sent"},
 };
 
 }  // namespace

@@ -26,6 +26,7 @@ enum class Refusal {
     Endless,
     NoIdentifier,
     SameIdentifier,
+    AlreadyTaken,
 };
 
 /// The reason as a sentence without its end, code page 932.

@@ -83,9 +83,9 @@ bool BuildAndTell(QueueBuilder& builder, store::Mailbox& mailbox, std::string_vi
 }  // namespace
 
 int BuildSendQueue(store::Mailbox& mailbox, const core::Settings& settings, std::string_view outbox,
-                   PostOrder order, SendQueue& queue) {
+                   PostOrder order, SendQueue& queue, const std::set<std::string, std::less<>>& accepted) {
     queue = SendQueue();
-    QueueBuilder builder(mailbox, settings, order, queue);
+    QueueBuilder builder(mailbox, settings, order, accepted, queue);
     if (store::ConvertFolder(mailbox, outbox) < 0) {
         builder.Discard();
         queue.refused = true;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,13 +37,15 @@ struct SendQueue {
 /// "mes.inf", "MailID.Tmp" and "%d.mtx". Deleted mails are left out. A mail that cannot be sent (`Refusal`) is
 /// named to the user, in a message for all of them and in "error.log", and the others are queued. The Outbox is
 /// not changed, but for one of an older layout, which is converted if the user wants it. Nobody else may have a
-/// session meanwhile. Takes the lock.
+/// session meanwhile. Takes the lock. `accepted` are the identifiers of mails that the host has taken and that have
+/// no mark: one of them that is still reserved is refused like those that cannot be sent.
 ///
 /// Returns 0 when at least one mail was queued, else -1, and the user knows why: in an unattended program
 /// (`AUTOMODE`) that nothing was reserved goes unsaid, and what cannot be sent is in "error.log" alone. Where it
 /// is refused the lists of mails and forum messages, an older queue's too, are gone.
 [[nodiscard]] int BuildSendQueue(store::Mailbox& mailbox, const core::Settings& settings,
-                                 std::string_view outbox, PostOrder order, SendQueue& queue);
+                                 std::string_view outbox, PostOrder order, SendQueue& queue,
+                                 const std::set<std::string, std::less<>>& accepted = {});
 
 /// Line `index`, from 0, of "bmtemp.$$$\MailID.tmp": the identifier of the mail in message file `index` + 1.
 /// Empty where there is no such line or file.

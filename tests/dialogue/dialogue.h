@@ -50,7 +50,7 @@ class FakePartners final : public comm::SessionPartners {
     void MarkDownloadDone(const comm::PatrolEntry& download) override {
         downloaded.push_back(download.recordNumber);
     }
-    void MailGoesOut(std::string_view) override {}
+    [[nodiscard]] int MailGoesOut(std::string_view) override { return noteError; }
     [[nodiscard]] int CountCapturedMails() override { return capturedMails; }
 
     std::vector<std::string> marked;
@@ -58,6 +58,7 @@ class FakePartners final : public comm::SessionPartners {
     std::vector<int> downloaded;
     std::map<std::string, std::string> lastAccess;
     int capturedMails = 0;
+    int noteError = 0;  ///< a negated errno value
 };
 
 /// A session with everything around it, on files in memory below "/w".

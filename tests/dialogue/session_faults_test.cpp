@@ -192,6 +192,26 @@ TEST(SessionUploadTest, AMailThatCannotBeMarkedIsReported) {
     EXPECT_NE(unmarked.disk.Get("/w/error.log")->find("9.mtx"), std::string::npos);
 }
 
+TEST(SessionUploadTest, NothingGoesOutThatCannotBeNoted) {
+    for (const bool listIsThere : {true, false}) {
+        Upload stage("one\r\n");
+        stage.session.HangUp();
+        if (listIsThere) {
+            stage.partners.noteError = -ENOSPC;
+        } else {
+            ASSERT_EQ(stage.disk.Remove("/w/BMTEMP.$$$/MailID.tmp"), 0);
+            stage.disk.PutDirectory("/w/BMTEMP.$$$/MailID.tmp");
+        }
+        stage.port.fromClient.clear();
+        stage.Start(UploadScript());
+        EXPECT_EQ(stage.TickUntilEnd(), comm::kSessionEnded);
+        EXPECT_EQ(stage.port.fromClient, "OFF\r") << "the log-off";
+        EXPECT_TRUE(stage.session.refusedUpload());
+        ASSERT_EQ(stage.ui.messages.size(), 1U);
+        EXPECT_TRUE(stage.ui.messages[0].text.starts_with("送信の記録を書き込めないため"_sjis));
+    }
+}
+
 TEST(SessionUploadTest, AMailWithoutSubjectOrFileIsPassedOver) {
     for (const std::string_view queue :
          {"TO:a\r\nTO:b\r\n", "TO:a\r\nSUB:x\r\n", "TO:a\r\nSUB:x\r\n1.mt", ""}) {

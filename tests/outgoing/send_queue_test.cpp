@@ -44,8 +44,9 @@ struct Sending : store::MailboxProgram {
         EXPECT_EQ(mailbox.AppendMail("Outbox", record, -1), 0);
         return record.localId;
     }
-    int Build(PostOrder order = PostOrder::Ascending) {
-        return BuildSendQueue(mailbox, settings, "Outbox", order, queue);
+    int Build(PostOrder order = PostOrder::Ascending,
+              const std::set<std::string, std::less<>>& accepted = {}) {
+        return BuildSendQueue(mailbox, settings, "Outbox", order, queue, accepted);
     }
 
     core::Settings settings;
@@ -234,6 +235,7 @@ TEST_F(SendQueueTest, WhatCannotBeSentIsNamedAndTheOthersGoOut) {
     program_.Reserve("ABC", "endless", longBody);
     program_.Reserve("ABC", "three", "a\r\n/e\r\nOFF\r\n");
     const std::string last = program_.Reserve("OK", "five");
+    const std::string accepted = program_.Reserve("OK", "taken");
     std::string index = *disk_.Get("/mail/Bank/Outbox.loc");
     std::string text = *disk_.Get("/mail/Bank/Outbox.mtx");
     index.replace(index.find(copied), copied.size(), sent);
@@ -243,24 +245,24 @@ TEST_F(SendQueueTest, WhatCannotBeSentIsNamedAndTheOthersGoOut) {
     disk_.Put("/mail/Bank/Outbox.loc", index);
     disk_.Put("/mail/Bank/Outbox.mtx", text);
 
-    ASSERT_EQ(program_.Build(), 0);
+    ASSERT_EQ(program_.Build(PostOrder::Ascending, {accepted}), 0);
     EXPECT_EQ(disk_.Get(kMails),
               "TO:OK\r\nSUB:two\r\nbmtemp.$$$\\1.mtx\r\nTO:OK\r\nSUB:five\r\nbmtemp.$$$\\2.mtx\r\n");
     EXPECT_EQ(QueuedMailId(program_.workspace, 1), last);
-    const std::string lines =
-        Bytes({"one (97/01/23 12:34): ", "宛先がありません"_sjis,
-               "\r\ncopied (97/01/23 12:34): ", "ほかのメールと同じ識別子を持っています"_sjis,
-               "\r\ndamaged (97/01/23 12:34): ", "メールが壊れています"_sjis,
-               "\r\nendless (97/01/23 12:34): ", "本文が長すぎるか、終わりがありません"_sjis,
-               "\r\nthree (97/01/23 12:34): ",
-               "本文に入力の終わりと見なされる行（/POST または /E）があります"_sjis});
+    const std::string lines = Bytes(
+        {"one (97/01/23 12:34): ", "宛先がありません"_sjis,
+         "\r\ncopied (97/01/23 12:34): ", "ほかのメールと同じ識別子を持っています"_sjis,
+         "\r\ndamaged (97/01/23 12:34): ", "メールが壊れています"_sjis,
+         "\r\nendless (97/01/23 12:34): ", "本文が長すぎるか、終わりがありません"_sjis,
+         "\r\nthree (97/01/23 12:34): ", "本文に入力の終わりと見なされる行（/POST または /E）があります"_sjis,
+         "\r\ntaken (97/01/23 12:34): ", "ホストに送信済みですが、送信済みの印を付けられません"_sjis});
     const support::ShownMessage told{"Postkite", Bytes({"次のメールは送信できません。"_sjis, "\r\n", lines}),
                                      MessageIcon::Warning};
     EXPECT_EQ(program_.ui.messages, std::vector{told});
     EXPECT_EQ(disk_.Get("/mail/error.log"), lines + "\r\n");
 
     program_.settings.autoMode = 1;
-    ASSERT_EQ(program_.Build(), 0);
+    ASSERT_EQ(program_.Build(PostOrder::Ascending, {accepted}), 0);
     EXPECT_EQ(program_.ui.messages.size(), 1U) << "nobody is there to see it";
     EXPECT_EQ(disk_.Get("/mail/error.log"), lines + "\r\n" + lines + "\r\n");
 }
