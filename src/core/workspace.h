@@ -75,6 +75,8 @@ class Workspace {
     /// Keeps every other program out of the working directory's changes until the last `WorkspaceLock` of
     /// this object is gone. With `wait`, waits for whoever has it; otherwise -EWOULDBLOCK.
     [[nodiscard]] int Lock(bool wait, WorkspaceLock& lock);
+    /// Whether this object has that lock.
+    [[nodiscard]] bool HoldsLock() const { return !held_.expired(); }
 
     /// Keeps every other holder, in this program too, out of what the directory `name` stands for, until
     /// `lock` is gone. It has nothing to do with the lock above. -EWOULDBLOCK when somebody has it.

@@ -246,6 +246,9 @@ int RunConversion(Mailbox& mailbox, std::string_view folder, FolderLayout layout
 }
 
 int FindLayout(const FolderFiles& files, FolderLayout& layout) {
+    // Most folders are current, and those who only read wait for nobody.
+    const int detected = DetectLayout(files, layout);
+    if (detected < 0 || layout == FolderLayout::Current) return detected;
     const int finished = FinishInterruptedChanges(files);
     return finished < 0 ? finished : DetectLayout(files, layout);
 }

@@ -77,6 +77,7 @@ int Folders::MoveMails(std::string_view folder, std::span<const MailMove> moves,
     ChosenMails chosen;
     if (OpenChosen(folder, numbers, chosen) < 0 || moving.Begin(chosen.reader, moves) < 0) return -1;
     moving.Copy(chosen.reader, moves);
+    chosen.reader.Close();
     const int finished = moving.Finish();
     ui().SetProgress(0, 0);
     if (moved != nullptr) *moved = moving.TakeMoved();
@@ -92,6 +93,7 @@ int Folders::DeleteMails(std::string_view folder, std::span<const int> recordNum
     if (recordNumbers.empty()) return 0;
     ChosenMails chosen;
     if (OpenChosen(folder, recordNumbers, chosen) < 0) return -1;
+    chosen.reader.Close();
     return mailbox_->RemoveMails(folder, chosen.numbers);
 }
 

@@ -1,10 +1,9 @@
 #include "store/folder_reader.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <limits>
+#include <functional>
+#include <utility>
 
-#include "store/older_layouts.h"
 #include "store/pending_move.h"
 
 namespace postkite::store {
@@ -26,57 +25,30 @@ void FillFromIndex(std::string_view index, MailRecord& record) {
     record.messageId = WithoutTrailingBlanks(FieldOf(index, index_field::kMessageId));
 }
 
+std::size_t HashOfIdentifier(std::string_view row) {
+    const std::string_view localId = WithoutTrailingBlanks(FieldOf(row, index_field::kLocalId));
+    return std::hash<std::string_view>()(localId);
+}
+
 }  // namespace
 
+void FolderReader::Close() {
+    *this = FolderReader();
+}
+
 int FolderReader::Open(const FolderFiles& files) {
+    Close();
     files_ = files;
-    openedTogether_ = false;
     // Here and never again while it is open, since the records would get other numbers.
     static_cast<void>(SettlePendingMove(*files.workspace, files.bankDirectory, &files));
-    return OpenFiles();
-}
-
-int FolderReader::OpenFiles() {
-    const int finished = FinishOwnChanges(files_);
-    if (finished < 0) return finished;
-    std::unique_ptr<core::File> index;
-    int result = files_.workspace->Open(files_.index, core::OpenMode::Read, index);
-    if (result == 0) result = RequireCurrentLayout(*index);
-    if (result < 0) return result;
-    index_ = std::move(index);
-    indexBytes_ = index_->Size();
-    indexWindow_.emplace(*index_);
-    textWindow_.reset();
-    textIsOpen_ = false;
-    textError_ = 0;
-    return 0;
-}
-
-void FolderReader::OpenText() {
-    if (textIsOpen_) return;
-    textIsOpen_ = true;
-    const int opened = files_.workspace->Open(files_.text, core::OpenMode::Read, text_);
-    if (opened == 0) textWindow_.emplace(*text_);
-    if (opened != -ENOENT) textError_ = opened;
+    const int finished = files.workspace->HoldsLock() ? FinishOwnChanges(files) : 0;
+    return finished < 0 ? finished : rows_.Open(files);
 }
 
 int FolderReader::error() const {
-    if (indexWindow_ && indexWindow_->error() < 0) return indexWindow_->error();
-    return textWindow_ ? textWindow_->error() : textError_;
-}
-
-int FolderReader::CountMails() {
-    std::uint64_t count = 0;
-    const int counted = CountRecords(*index_, count);
-    if (counted < 0) return counted;
-    return static_cast<int>(std::min<std::uint64_t>(count, std::numeric_limits<int>::max()));
-}
-
-std::string_view FolderReader::IndexRecord(int recordNumber) {
-    if (recordNumber < 0) return {};
-    const auto offset = static_cast<std::uint64_t>(recordNumber) * kIndexRecordBytes;
-    const std::string_view record = indexWindow_->At(offset, kIndexRecordBytes);
-    return record.size() == kIndexRecordBytes ? record : std::string_view();
+    if (rows_.error() < 0) return rows_.error();
+    if (newer_ && newer_->error() < 0) return newer_->error();
+    return textWindow_ && textWindow_->error() < 0 ? textWindow_->error() : textError_;
 }
 
 int FolderReader::ReadListEntry(int recordNumber, MailListEntry& entry) {
@@ -86,43 +58,64 @@ int FolderReader::ReadListEntry(int recordNumber, MailListEntry& entry) {
     return 0;
 }
 
-FolderReader::Condition FolderReader::ReadMail(int recordNumber, std::size_t bodyLimit, MailRecord& record) {
-    const Condition condition = TryToReadMail(recordNumber, bodyLimit, record);
-    if (condition != Condition::Damaged || openedTogether_) return condition;
-    core::WorkspaceLock lock;
-    openedTogether_ = true;
-    if (files_.workspace->Lock(true, lock) < 0 || OpenFiles() < 0) return condition;
-    OpenText();
-    return TryToReadMail(recordNumber, bodyLimit, record);
+/// Opens the text that belongs to the list, which was opened before. One that is missing is no failure.
+int FolderReader::OpenTextOf(const IndexView& list, bool& belongs) {
+    textWindow_.reset();
+    const int opened = files_.workspace->Open(list.TextName(files_), core::OpenMode::Read, text_);
+    if (opened < 0 && opened != -ENOENT) return opened;
+    if (opened == 0) textWindow_.emplace(*text_);
+    return list.IsInForce(files_, belongs);
 }
 
-FolderReader::Condition FolderReader::TryToReadMail(int recordNumber, std::size_t bodyLimit,
-                                                    MailRecord& record) {
-    const std::string_view index = IndexRecord(recordNumber);
-    if (index.empty()) {
+int FolderReader::OpenText() {
+    bool belongs = false;
+    const int result = OpenTextOf(rows_, belongs);
+    return result < 0 || belongs ? result : OpenNewerPair();
+}
+
+int FolderReader::OpenNewerPair() {
+    constexpr int kMostAttempts = 50;
+    bool belongs = false;
+    int result = 0;
+    for (int attempt = 0; result == 0 && !belongs && attempt < kMostAttempts; ++attempt) {
+        result = newer_.emplace().Open(files_);
+        if (result == 0) result = OpenTextOf(*newer_, belongs);
+    }
+    if (result < 0 || !belongs) return result < 0 ? result : -EBUSY;
+    for (int number = 0; number < newer_->count(); ++number) {
+        const std::string_view record = newer_->Record(number);
+        if (record.empty()) break;
+        if (!IsDeleted(record)) newerNumbers_.try_emplace(HashOfIdentifier(record), number);
+    }
+    return newer_->error();
+}
+
+/// Where the row's mail begins in the text.
+std::optional<std::uint64_t> FolderReader::PlaceOf(std::string_view row) {
+    if (!newer_ || IsDeleted(row)) return TextOffsetOf(row);
+    // Without an identifier one mail is like another.
+    if (WithoutTrailingBlanks(FieldOf(row, index_field::kLocalId)).empty()) return std::nullopt;
+    const auto found = newerNumbers_.find(HashOfIdentifier(row));
+    const std::string_view there =
+        found == newerNumbers_.end() ? std::string_view() : newer_->Record(found->second);
+    return there.empty() ? std::nullopt : TextOffsetOf(there);
+}
+
+FolderReader::Condition FolderReader::ReadMail(int recordNumber, std::size_t bodyLimit, MailRecord& record) {
+    const std::string_view row = IndexRecord(recordNumber);
+    if (row.empty()) {
         record = MailRecord();
         return Condition::Damaged;
     }
-    OpenText();
-    const std::optional<std::uint64_t> offset = TextOffsetOf(index);
-    if (offset && textWindow_) {
-        switch (ReadTextRecord(*textWindow_, *offset, bodyLimit, record)) {
-            case TextRecordFault::None:
-                if (BearsIdentifierOf(IndexRecord(recordNumber), record.localId)) return Condition::Whole;
-                break;
-            case TextRecordFault::Unended:
-                if (BearsIdentifierOf(IndexRecord(recordNumber), record.localId)) return Condition::Cut;
-                break;
-            case TextRecordFault::Nowhere:
-                break;
-        }
+    if (!std::exchange(textIsOpen_, true)) textError_ = OpenText();
+    const auto offset = PlaceOf(row);
+    if (offset && textWindow_ && textError_ == 0) {
+        const TextRecordFault fault = ReadTextRecord(*textWindow_, *offset, bodyLimit, record);
+        const bool itsOwn = fault != TextRecordFault::Nowhere && BearsIdentifierOf(row, record.localId);
+        if (itsOwn) return fault == TextRecordFault::None ? Condition::Whole : Condition::Cut;
     }
-    FillFromIndex(index, record);
+    FillFromIndex(row, record);
     return Condition::Damaged;
-}
-
-bool FolderReader::HasShrunk() {
-    return index_->Size() < indexBytes_;
 }
 
 int FolderReader::FindMail(std::string_view localId) {

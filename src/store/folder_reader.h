@@ -5,9 +5,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "store/folder_files.h"
 #include "store/index_record.h"
+#include "store/index_view.h"
 #include "store/mail_record.h"
 #include "store/text_record.h"
 #include "store/text_window.h"
@@ -15,19 +17,25 @@
 namespace postkite::store {
 
 /// A folder open for reading: any number of its rows and mails with one open and, in list order, one pass
-/// over each file. What it shows is the folder at the time of each read. Record numbers count from 0.
+/// over each file. The list is that of the moment of opening, as `IndexView` has it; a mail's text is found whatever
+/// compaction does meanwhile. Waits for nobody and writes nothing. Record numbers count from 0.
 class FolderReader {
   public:
-    /// Finishes what a crash interrupted, then opens the folder. Returns 0; -ENOENT where there is no index;
-    /// another negated errno value. A missing text is no failure: only the mails are damaged then, not the
-    /// list, and it is not even looked for before a mail is read.
+    /// Opens the folder. Where this program holds the lock, what a crash interrupted is finished first, so that the numbers
+    /// are those that a change will find. Returns 0; -ENOENT where there is no index; another negated errno value. A missing
+    /// text is no failure: only the mails are damaged then, not the list, and it is not even looked for before a mail is
+    /// read.
     [[nodiscard]] int Open(const FolderFiles& files);
 
-    /// The records of the index; a torn last one does not count. Or a negated errno value.
-    [[nodiscard]] int CountMails();
+    /// To be called before the folder is changed while this object lives: an index that somebody reads is made anew by the
+    /// next change, which costs more.
+    void Close();
+
+    /// The rows of the list.
+    [[nodiscard]] int CountMails() const { return rows_.count(); }
 
     /// The 900 bytes of a record, valid until the next call; empty where there is none or it cannot be read.
-    [[nodiscard]] std::string_view IndexRecord(int recordNumber);
+    [[nodiscard]] std::string_view IndexRecord(int recordNumber) { return rows_.Record(recordNumber); }
 
     [[nodiscard]] int ReadListEntry(int recordNumber, MailListEntry& entry);
 
@@ -38,34 +46,31 @@ class FolderReader {
         Damaged,  ///< the record is deleted or leads nowhere; the mail's fields are empty but for those of
                   ///< the index
     };
-    /// Before a mail is called damaged for the first time, the files are opened anew: a compaction may have come between
-    /// the opening of the one and the other.
     [[nodiscard]] Condition ReadMail(int recordNumber, std::size_t bodyLimit, MailRecord& record);
 
     /// 0, or the negated errno value of a read that failed: what looked like the end of the list, or like damage, may
     /// not be.
     [[nodiscard]] int error() const;
 
-    /// Whether records were taken out since the folder was opened: rows that were read may have been read twice.
-    [[nodiscard]] bool HasShrunk();
-
     /// The first record that bears the identifier, trailing blanks aside; -1 when none does.
     [[nodiscard]] int FindMail(std::string_view localId);
 
   private:
-    [[nodiscard]] int OpenFiles();
-    void OpenText();
-    [[nodiscard]] Condition TryToReadMail(int recordNumber, std::size_t bodyLimit, MailRecord& record);
+    [[nodiscard]] int OpenText();
+    [[nodiscard]] int OpenNewerPair();
+    [[nodiscard]] int OpenTextOf(const IndexView& list, bool& belongs);
+    [[nodiscard]] std::optional<std::uint64_t> PlaceOf(std::string_view row);
 
     FolderFiles files_{};
-    bool openedTogether_ = false;  ///< index and text were opened while nobody could replace either
-    std::unique_ptr<core::File> index_;
-    std::int64_t indexBytes_ = 0;  ///< when it was opened
+    IndexView rows_;
+    // Opened with the first mail. The text is that of the rows, or that of a newer list where a compaction came between: its
+    // mails are found there by their identifiers.
     std::unique_ptr<core::File> text_;
+    std::optional<TextWindow> textWindow_;
     bool textIsOpen_ = false;  ///< or cannot be
     int textError_ = 0;
-    std::optional<TextWindow> indexWindow_;
-    std::optional<TextWindow> textWindow_;
+    std::optional<IndexView> newer_;
+    std::unordered_map<std::size_t, int> newerNumbers_;  ///< by the hash of the identifier
 };
 
 }  // namespace postkite::store

@@ -156,6 +156,7 @@ int Mailbox::ReplaceMail(std::string_view folder, int, MailRecord& record) {
     const auto oldText = TextOffsetOf(reader.IndexRecord(found));
     MailRecord old;
     const bool oldTextIsThere = reader.ReadMail(found, 0, old) != FolderReader::Condition::Damaged;
+    reader.Close();
     if (AppendMail(folder, record, found) < 0) return -1;
     // The old text is marked last: until then it is the mail, and what happens to the mark now does not matter.
     std::unique_ptr<core::File> text;

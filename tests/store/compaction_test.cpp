@@ -242,6 +242,9 @@ TEST_F(Leftovers, AnInterruptedCompactionIsFinishedOrThrownAway) {
         const Mails textless{"damaged", "damaged", "damaged", "damaged"};
         const Mails mails = one.isFinished ? newMails : hasText ? oldMails : textless;
         EXPECT_EQ(program.Mails(), mails);
+        EXPECT_EQ(disk.Names(kBankPath).size(), one.files.size()) << "who reads leaves things as they are";
+        ASSERT_EQ(FinishInterruptedChanges(mailbox.FilesOf("Inbox")), 0);
+        EXPECT_EQ(program.Mails(), mails);
         for (const std::string& name : disk.Names(kBankPath))
             EXPECT_EQ(name.find("$$"), std::string::npos) << name;
         ASSERT_EQ(program.Add("next"), 0);
@@ -263,6 +266,8 @@ TEST_F(Leftovers, AJournalIsCopiedAsOftenAsNeedBe) {
              {"INBOX.$$i", journal("1 cut")},
              {"INBOX.$$i.$$$", "half"}});
         EXPECT_EQ(program.Mails(), newMails) << done;
+        EXPECT_TRUE(disk.Exists("/mail/Bank/INBOX.$$i")) << "who reads leaves things as they are";
+        ASSERT_EQ(FinishInterruptedChanges(mailbox.FilesOf("Inbox")), 0);
         EXPECT_FALSE(disk.Exists("/mail/Bank/INBOX.$$i"));
         EXPECT_EQ(disk.Get("/mail/Bank/INBOX.LOC"), oldIndex.substr(0, 900) + oldIndex.substr(1800));
     }

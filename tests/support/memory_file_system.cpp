@@ -235,6 +235,7 @@ std::vector<std::string> MemoryFileSystem::Names(const path& directory) const {
 void MemoryFileSystem::Restart() {
     failures_.clear();
     writeFaults_.clear();
+    visits_.clear();
     stopAt_ = 0;
     stopped_ = false;
     struck_ = false;
@@ -250,7 +251,14 @@ void MemoryFileSystem::PowerCut(NamesKept names) {
 
 /// Counts a call. Returns 0, or what the call is to fail with.
 int MemoryFileSystem::Enter() {
+    if (visiting_) return 0;
     ++calls_;
+    if (const auto visit = visits_.extract(calls_); !visit.empty()) {
+        visiting_ = true;
+        visit.mapped()();
+        visiting_ = false;
+        struck_ = true;
+    }
     if (calls_ == stopAt_) stopped_ = true;
     const auto failure = failures_.find(calls_);
     if (!stopped_ && failure == failures_.end()) return 0;

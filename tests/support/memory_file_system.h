@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -44,6 +45,8 @@ class MemoryFileSystem final : public core::FileSystem {
     void StopAtCall(int n) { stopAt_ = calls_ + n; }
     /// The same from within the n-th write, which has stored `storedBytes`.
     void StopWithinWrite(int n, std::size_t storedBytes) { writeFaults_[writes_ + n] = {storedBytes, true}; }
+    /// Before the n-th call `visit` is done: what another program does then. Its calls do not count, and meet no fault.
+    void VisitAtCall(int n, std::function<void()> visit) { visits_[calls_ + n] = std::move(visit); }
     /// Whether one of these has come about since the last restart.
     [[nodiscard]] bool struck() const { return struck_; }
     /// Calls made, since the beginning.
@@ -88,8 +91,10 @@ class MemoryFileSystem final : public core::FileSystem {
     std::shared_ptr<Node> root_;
     int calls_ = 0;
     int writes_ = 0;
-    std::map<int, int> failures_;            ///< by call
-    std::map<int, WriteFault> writeFaults_;  ///< by write
+    bool visiting_ = false;
+    std::map<int, std::function<void()>> visits_;  ///< by call
+    std::map<int, int> failures_;                  ///< by call
+    std::map<int, WriteFault> writeFaults_;        ///< by write
     int stopAt_ = 0;
     bool stopped_ = false;
     bool struck_ = false;

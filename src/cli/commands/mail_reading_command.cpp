@@ -67,10 +67,6 @@ int PrintRows(CommandContext& context, const MailFolder& folder, store::FolderRe
         piece.clear();
     }
     const bool whole = !WasFaulty(folder, reader);
-    if (reader.HasShrunk()) {
-        context.Remark({"一覧の途中でフォルダが変更されました。同じメールが重複している場合があります。",
-                        "The folder was changed meanwhile: some mails may be listed twice."});
-    }
     if (context.json && whole) piece += first ? "[]\n" : "\n]\n";
     const int printed = context.Print(piece);
     return whole ? printed : kRefused;
