@@ -29,6 +29,8 @@ constexpr Phrase kPhrases[] = {
     {-EINVAL, "使用できない名前または種類のファイルです"_sjis, "its name or kind cannot be used"},
     {-ENAMETOOLONG, "名前が長すぎます"_sjis, "the name is too long"},
     {-EFBIG, "ファイルが大きすぎます"_sjis, "the file is too large"},
+    {-EUCLEAN, "ファイルの大きさが内容と合わず、壊れています"_sjis,
+     "it is damaged: most of it holds nothing of its kind"},
     {-EMFILE, "開いているファイルが多すぎます"_sjis, "too many files are open"},
     {-ELOOP, "リンクがどこにも通じていません"_sjis, "its links lead nowhere"},
     {-EXDEV, "別のディスクにあります"_sjis, "it is on another disk"},

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "core/directory_listings.h"
 #include "core/letter_case.h"
 #include "core/shift_jis.h"
 
@@ -109,7 +110,9 @@ int Workspace::LocateComponent(const std::filesystem::path& directory, std::stri
     if (inspected < 0 || kind != EntryKind::Missing) return inspected;
 
     std::vector<std::filesystem::path> names;
-    const int listed = fileSystem_->List(directory, names);
+    const auto listings = listings_.lock();
+    const int listed = listings != nullptr ? listings->Matching(*fileSystem_, directory, component, names)
+                                           : fileSystem_->List(directory, names);
     if (listed < 0) return listed == -ENOENT || listed == -ENOTDIR ? 0 : listed;
     // Of two names that differ in case alone the first in order counts, so that every call finds the same
     // one.
@@ -160,7 +163,7 @@ std::string Workspace::AsOnDisk(std::string_view name) const {
 int Workspace::Open(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const {
     std::filesystem::path path;
     const int located = Locate(name, path);
-    return located < 0 ? located : fileSystem_->Open(path, mode, file);
+    return located < 0 ? located : OpenPath(path, mode, file);
 }
 
 int Workspace::Inspect(std::string_view name, EntryKind& kind) const {
@@ -178,7 +181,7 @@ int Workspace::InspectExactly(std::string_view name, EntryKind& kind) const {
 int Workspace::OpenExactly(std::string_view name, OpenMode mode, std::unique_ptr<File>& file) const {
     std::filesystem::path path;
     const int located = Locate(name, LetterCase::AsSpelled, path);
-    return located < 0 ? located : fileSystem_->Open(path, mode, file);
+    return located < 0 ? located : OpenPath(path, mode, file);
 }
 
 int Workspace::CreateDirectory(std::string_view name) {
@@ -190,7 +193,7 @@ int Workspace::CreateDirectory(std::string_view name) {
 int Workspace::Remove(std::string_view name) {
     std::filesystem::path path;
     const int located = LocateFile(name, path);
-    return located < 0 ? located : fileSystem_->Remove(path);
+    return located < 0 ? located : RemovePath(path);
 }
 
 int Workspace::Rename(std::string_view from, std::string_view to) {
@@ -198,7 +201,7 @@ int Workspace::Rename(std::string_view from, std::string_view to) {
     std::filesystem::path toPath;
     int result = LocateFile(from, fromPath);
     if (result == 0) result = LocateFile(to, toPath);
-    return result < 0 ? result : fileSystem_->Rename(fromPath, toPath);
+    return result < 0 ? result : RenamePath(fromPath, toPath);
 }
 
 int Workspace::SyncNames(std::string_view name) {
@@ -221,17 +224,55 @@ int Workspace::List(std::string_view directory, std::vector<std::string>& names)
     return 0;
 }
 
+std::shared_ptr<const DirectoryListings> Workspace::KeepListings() const {
+    auto listings = listings_.lock();
+    if (listings == nullptr) listings_ = listings = std::make_shared<DirectoryListings>();
+    return listings;
+}
+
+bool Workspace::Exists(const std::filesystem::path& path) const {
+    EntryKind kind{};
+    return fileSystem_->Inspect(path, kind) == 0 && kind != EntryKind::Missing;
+}
+
+int Workspace::OpenPath(const std::filesystem::path& path, OpenMode mode, std::unique_ptr<File>& file) const {
+    const bool makes = mode == OpenMode::CreateNew || mode == OpenMode::ReadWriteOrCreate;
+    const auto listings = makes ? listings_.lock() : nullptr;
+    const bool isNew = listings != nullptr && !Exists(path);
+    const int opened = fileSystem_->Open(path, mode, file);
+    if (opened == 0 && isNew) listings->Add(path);
+    return opened;
+}
+
+int Workspace::RenamePath(const std::filesystem::path& from, const std::filesystem::path& to) {
+    const auto listings = listings_.lock();
+    const bool isNew = listings != nullptr && !Exists(to);
+    const int renamed = fileSystem_->Rename(from, to);
+    if (renamed < 0 || listings == nullptr) return renamed;
+    listings->Remove(from);
+    if (isNew) listings->Add(to);
+    return 0;
+}
+
+int Workspace::RemovePath(const std::filesystem::path& path) {
+    const int removed = fileSystem_->Remove(path);
+    const auto listings = removed == 0 ? listings_.lock() : nullptr;
+    if (listings != nullptr) listings->Remove(path);
+    return removed;
+}
+
 int Workspace::MakeDirectory(const std::filesystem::path& path) {
     const int created = fileSystem_->CreateDirectory(path);
     if (created < 0) return created;
+    if (const auto listings = listings_.lock(); listings != nullptr) listings->Add(path);
     return fileSystem_->SyncDirectory(path.has_parent_path() ? path.parent_path() : ".");
 }
 
 int Workspace::CreateAnew(const std::filesystem::path& path, std::unique_ptr<File>& file) {
     // Left behind by a program that was killed; the lock says that nobody is writing it now.
-    const int removed = fileSystem_->Remove(path);
+    const int removed = RemovePath(path);
     if (removed < 0 && removed != -ENOENT) return removed;
-    return fileSystem_->Open(path, OpenMode::CreateNew, file);
+    return OpenPath(path, OpenMode::CreateNew, file);
 }
 
 int Workspace::WriteBeside(const std::filesystem::path& beside, std::string_view bytes) {
@@ -255,10 +296,10 @@ int Workspace::Replace(std::string_view name, std::string_view bytes) {
     std::filesystem::path beside = path;
     beside += kUnfinishedSuffix;
     result = WriteBeside(beside, bytes);
-    if (result == 0) result = fileSystem_->Rename(beside, path);
+    if (result == 0) result = RenamePath(beside, path);
     if (result < 0) {
         // The reason of the failure counts, not whether the tidying up worked.
-        static_cast<void>(fileSystem_->Remove(beside));
+        static_cast<void>(RemovePath(beside));
         return result;
     }
     return fileSystem_->SyncDirectory(path.parent_path());
@@ -293,9 +334,9 @@ int Workspace::Copy(std::string_view name, std::string_view copyName) {
         offset += static_cast<std::uint64_t>(count);
     }
     if (result == 0) result = copy->Sync();
-    if (result == 0) result = fileSystem_->Rename(beside, copyPath);
+    if (result == 0) result = RenamePath(beside, copyPath);
     if (result == 0) return fileSystem_->SyncDirectory(copyPath.parent_path());
-    static_cast<void>(fileSystem_->Remove(beside));
+    static_cast<void>(RemovePath(beside));
     return result;
 }
 

@@ -11,6 +11,7 @@
 namespace postkite::core {
 
 class WorkspaceLock;
+class DirectoryListings;
 
 /// The working directory: `Setting`, the banks, the captures, the logs. Takes names as the program spells
 /// them, in code page 932 with "\" between components ("Setting\\setting.ini"), and finds them on disk
@@ -82,6 +83,11 @@ class Workspace {
     /// `lock` is gone. It has nothing to do with the lock above. -EWOULDBLOCK when somebody has it.
     [[nodiscard]] int LockDirectory(std::string_view name, std::unique_ptr<FileLock>& lock) const;
 
+    /// For an operation on many files: as long as what it returns lives, a directory in which names are looked for in other
+    /// letters is listed once, not for each name. What this object makes, renames and removes meanwhile is followed. What
+    /// others make is found as it is spelled, and perhaps not in other letters.
+    [[nodiscard]] std::shared_ptr<const DirectoryListings> KeepListings() const;
+
   private:
     enum class LetterCase { Any, AsSpelled };
     [[nodiscard]] int LocateComponent(const std::filesystem::path& directory, std::string_view component,
@@ -89,6 +95,12 @@ class Workspace {
     [[nodiscard]] int Locate(std::string_view name, LetterCase lastComponent,
                              std::filesystem::path& path) const;
     [[nodiscard]] int LocateFile(std::string_view name, std::filesystem::path& path) const;
+    /// What changes names goes through these three, which tell the listings.
+    [[nodiscard]] int OpenPath(const std::filesystem::path& path, OpenMode mode,
+                               std::unique_ptr<File>& file) const;
+    [[nodiscard]] int RenamePath(const std::filesystem::path& from, const std::filesystem::path& to);
+    [[nodiscard]] int RemovePath(const std::filesystem::path& path);
+    [[nodiscard]] bool Exists(const std::filesystem::path& path) const;
     [[nodiscard]] int MakeDirectory(const std::filesystem::path& path);
     [[nodiscard]] int CreateAnew(const std::filesystem::path& path, std::unique_ptr<File>& file);
     [[nodiscard]] int WriteBeside(const std::filesystem::path& beside, std::string_view bytes);
@@ -96,6 +108,7 @@ class Workspace {
     FileSystem* fileSystem_;
     std::filesystem::path root_;
     std::weak_ptr<FileLock> held_;
+    mutable std::weak_ptr<DirectoryListings> listings_;
 };
 
 /// A share in the lock of a `Workspace`; empty until `Workspace::Lock` fills it.

@@ -143,8 +143,10 @@ int Folders::LoadFolderTree() {
     std::string bytes;
     bool unfinished = false;
     int result = RenamingIsUnfinished(workspace(), mailbox_->bankDirectory(), unfinished);
-    if (result == 0 && unfinished) result = workspace().Lock(true, lock);
-    if (result == 0) result = ReadTreeFile(bytes);
+    // One that goes on is seen as it is: whoever is to change something waits for its end.
+    if (result == 0 && unfinished) result = workspace().Lock(false, lock);
+    const bool goesOn = result == -EWOULDBLOCK;
+    if (result == 0 || goesOn) result = ReadTreeFile(bytes);
     if (result == -ENOENT) {
         result = workspace().Lock(true, lock);
         // Another program may have been making it.
@@ -157,6 +159,7 @@ int Folders::LoadFolderTree() {
         return RefuseFault(" を読み込めませんでした。"_sjis, " could not be read", result);
     }
     TakeTree(std::move(bytes));
+    if (goesOn) return 0;
     result = FinishRenaming();
     if (result == 0) return 0;
     loaded_ = false;
@@ -217,7 +220,7 @@ void Folders::SaveCompanion() {
 
 void Folders::WriteFolderList() {
     core::WorkspaceLock lock;
-    if (workspace().Lock(true, lock) < 0) return;
+    if (workspace().Lock(false, lock) < 0) return;
     std::string bytes;
     if (loaded_ && ReadTreeFile(bytes) == 0 && bytes != treeBytes_) TakeTree(bytes);
     const std::string list = tree_.FormatBaseNames();

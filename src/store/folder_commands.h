@@ -48,7 +48,7 @@ class Folders {
     [[nodiscard]] core::UserInterface& ui() { return mailbox_->ui(); }
 
     /// Reads the tree file, or writes the default one where there is none. Finishes a renaming that a crash
-    /// interrupted. When this fails the tree is what could be read, or else the default one in memory alone;
+    /// interrupted; one that another program is at is not waited for. When this fails the tree is what could be read, or else the default one in memory alone;
     /// nothing can be changed until loading works.
     [[nodiscard]] int LoadFolderTree();
 
@@ -61,7 +61,8 @@ class Folders {
     [[nodiscard]] int SaveFolderTree();
 
     /// Writes the companion list where it does not say what the tree says, for those who look folders up in it.
-    /// Where that fails, on a disk that is only read for example, the list stays as it is, without a word.
+    /// Where that fails, on a disk that is only read for example, or where another program has the lock, the list stays as it
+    /// is, without a word.
     void WriteFolderList();
 
     /// Adds a folder "New folder".
@@ -169,6 +170,7 @@ class Folders {
     };
     [[nodiscard]] int OpenChosen(std::string_view folder, std::span<const int> numbers, ChosenMails& chosen);
     [[nodiscard]] Action ActionOf(int number);
+    void ShowCompaction(const std::string& name, const std::string& baseName);
     [[nodiscard]] int CompactOne(const std::string& name, const std::string& baseName);
 
     Mailbox* mailbox_;

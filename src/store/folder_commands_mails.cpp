@@ -67,6 +67,7 @@ int Folders::MoveMails(std::string_view folder, std::span<const MailMove> moves,
                        std::span<const std::string> targets, std::vector<int>* moved) {
     if (moved != nullptr) moved->clear();
     if (moves.empty()) return 0;
+    const auto listings = workspace().KeepListings();
     MailMoving moving(*mailbox_, folder, targets);
     std::vector<int> numbers;
     for (const MailMove& move : moves) {
@@ -98,6 +99,7 @@ int Folders::DeleteMails(std::string_view folder, std::span<const int> recordNum
 }
 
 int Folders::ForEachFolder(const Action& action) {
+    const auto listings = workspace().KeepListings();
     // What the action does may let the windows change the tree.
     std::vector<std::pair<std::string, std::string>> folders;
     tree_.Walk([&folders](const Folder& folder, const std::string& baseName) {
@@ -131,10 +133,14 @@ int Folders::ForEachFolder(int action) {
     return known ? ForEachFolder(known) : -1;
 }
 
-int Folders::CompactOne(const std::string& name, const std::string& baseName) {
+void Folders::ShowCompaction(const std::string& name, const std::string& baseName) {
     std::string text(baseName == kDesktop ? "DeskTop" : name);
     ui().SetStatusText(text += " をコンパクション中"_sjis);
     ui().RedrawMainWindow();
+}
+
+int Folders::CompactOne(const std::string& name, const std::string& baseName) {
+    ShowCompaction(name, baseName);
     return mailbox_->CompactText(baseName, [this] {
         ++progressPosition_;
         ui().SetProgress(progressPosition_, progressTotal_);
@@ -147,21 +153,26 @@ int Folders::CompactOne(const std::string& name, const std::string& baseName) {
 int Folders::CompactAllFolders() {
     progressTotal_ = 0;
     progressPosition_ = 0;
+    const FoldersWithFiles withFiles(workspace(), mailbox_->bankDirectory());
     std::set<std::string> left;
     int result = ForEachFolder([&](const auto&, const auto& baseName) {
+        if (!withFiles.Contains(baseName)) return 0;
         // Deleted mails do not count.
         const bool ready = ConvertFolder(*mailbox_, baseName) == 0 && mailbox_->CompactIndex(baseName) == 0;
         if (!ready) left.insert(baseName);
         return ready ? 0 : -1;
     });
-    const auto forTheOthers = [&](const Action& action) {
+    const auto forTheOthers = [&](const Action& action, bool showsAll) {
         const int done = ForEachFolder([&](const auto& name, const auto& baseName) {
-            return left.contains(baseName) ? 0 : action(name, baseName);
+            if (left.contains(baseName)) return 0;
+            if (withFiles.Contains(baseName)) return action(name, baseName);
+            if (showsAll) ShowCompaction(name, baseName);
+            return 0;
         });
         if (done < 0) result = -1;
     };
-    forTheOthers(ActionOf(kCountMails));
-    forTheOthers(ActionOf(kCompactText));
+    forTheOthers(ActionOf(kCountMails), false);
+    forTheOthers(ActionOf(kCompactText), true);
     ui().SetProgress(0, 0);
     ui().SetStatusText(" コンパクションを終了しました。"_sjis);
     return result;

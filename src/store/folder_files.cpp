@@ -1,7 +1,9 @@
 #include "store/folder_files.h"
 
 #include <cerrno>
+#include <vector>
 
+#include "core/letter_case.h"
 #include "core/shift_jis.h"
 #include "store/index_journal.h"
 #include "store/index_record.h"
@@ -102,6 +104,17 @@ FolderFiles FilesOf(core::Workspace& workspace, std::string_view bankDirectory, 
     base.resize(base.size() - kIndexExtension.size());
     return {&workspace,    base + ".loc", base + ".mtx", base + ".PROP",
             base + ".$$i", base + ".$$l", base + ".$$t", std::string(bankDirectory)};
+}
+
+FoldersWithFiles::FoldersWithFiles(const core::Workspace& workspace, std::string_view bankDirectory) {
+    std::vector<std::string> names;
+    listed_ = workspace.List(bankDirectory.empty() ? "." : bankDirectory, names) == 0;
+    for (const std::string& name : names)
+        names_.insert(core::SmallLetters(name.substr(0, core::FindLastCharacter(name, '.'))));
+}
+
+bool FoldersWithFiles::Contains(std::string_view folder) const {
+    return !listed_ || names_.contains(core::SmallLetters(folder));
 }
 
 bool FitsFileNames(std::string_view folder, std::string_view ending) {

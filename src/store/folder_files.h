@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 
 #include "core/user_interface.h"
 #include "core/workspace.h"
@@ -47,6 +48,20 @@ struct FolderFiles {
 /// directory itself.
 [[nodiscard]] FolderFiles FilesOf(core::Workspace& workspace, std::string_view bankDirectory,
                                   std::string_view folder);
+
+/// The folders of a bank that have files at the time of making; looking a folder up costs no call to the disk.
+class FoldersWithFiles {
+  public:
+    FoldersWithFiles(const core::Workspace& workspace, std::string_view bankDirectory);
+
+    /// Whether there is a file of any kind that is named after the folder, in any letter case; for every folder where the
+    /// directory cannot be listed.
+    [[nodiscard]] bool Contains(std::string_view folder) const;
+
+  private:
+    bool listed_ = false;
+    std::unordered_set<std::string> names_;
+};
 
 /// What a change that is going on, or that a crash interrupted, has beside a folder's files.
 struct Unfinished {

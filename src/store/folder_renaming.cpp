@@ -4,6 +4,8 @@
 #include <array>
 #include <cerrno>
 #include <memory>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "core/error_text.h"
@@ -126,6 +128,7 @@ enum class Direction { Forward, Back };
 /// journal leaves it, and with them the tree file that said which direction it is.
 int Settle(core::Workspace& workspace, std::string_view bankDirectory, const Journal& journal,
            Direction direction) {
+    const auto listings = workspace.KeepListings();
     for (const auto& [oldFile, newFile] : journal.files) {
         const std::string oldPath = InBank(bankDirectory, oldFile);
         const std::string newPath = InBank(bankDirectory, newFile);
@@ -156,6 +159,7 @@ int FolderRenaming::Plan(std::string_view oldName, std::string_view newName) {
     if (!CanBeFileName(newName)) return -EINVAL;
     // Files are found in any letter case: there is nothing to do.
     if (EqualIgnoringCase(oldName, newName)) return 0;
+    const auto listings = workspace_->KeepListings();
     int result = FinishInterruptedRenaming(*workspace_, bankDirectory_, [](auto, auto) { return false; });
     std::vector<std::string> names;
     const std::string directory = bankDirectory_.empty() ? "." : bankDirectory_;
@@ -185,6 +189,7 @@ int FolderRenaming::FinishFolders(const std::vector<std::string>& names) {
 }
 
 void FolderRenaming::GatherMoves(const std::vector<std::string>& names) {
+    std::unordered_map<std::string, std::size_t> places;
     for (const std::string& name : names) {
         const FileName file = Split(name);
         if (!IsOneOf(file.extension, kExtensions) || !IsAtOrBelow(file.baseName, oldName_)) continue;
@@ -192,12 +197,11 @@ void FolderRenaming::GatherMoves(const std::vector<std::string>& names) {
         const std::string to =
             newName_ + std::string(file.baseName.substr(oldName_.size())) + std::string(file.extension);
         // Of two files whose names differ in letter case alone the folder has only ever used one.
-        const auto twin = std::find_if(moves_.begin(), moves_.end(),
-                                       [&to](const Move& move) { return EqualIgnoringCase(move.to, to); });
-        if (twin == moves_.end()) {
+        const auto [place, isFirst] = places.try_emplace(core::SmallLetters(to), moves_.size());
+        if (isFirst) {
             moves_.push_back({name, to, own});
         } else if (own && name == oldName_ + std::string(file.extension)) {
-            *twin = {name, to, own};
+            moves_[place->second] = {name, to, own};
         }
         oldIndexExists_ |= own && EqualIgnoringCase(file.extension, kIndexExtension);
     }
@@ -206,15 +210,15 @@ void FolderRenaming::GatherMoves(const std::vector<std::string>& names) {
 /// Every file of a folder that gets a new name makes way for it, so that no text is left beside an index of
 /// another.
 void FolderRenaming::GatherObstacles(const std::vector<std::string>& names) {
+    std::unordered_set<std::string> arriving;
+    for (const Move& move : moves_)
+        arriving.insert(core::SmallLetters(Split(move.to).baseName));
     for (const std::string& name : names) {
         const FileName file = Split(name);
         if (!IsOneOf(file.extension, kExtensions)) continue;
         const bool own = EqualIgnoringCase(file.baseName, newName_);
         newIndexExists_ |= own && EqualIgnoringCase(file.extension, kIndexExtension);
-        const bool arrives = std::any_of(moves_.begin(), moves_.end(), [&file](const Move& move) {
-            return EqualIgnoringCase(Split(move.to).baseName, file.baseName);
-        });
-        if (own || arrives) obstacles_.push_back({name, own});
+        if (own || arriving.contains(core::SmallLetters(file.baseName))) obstacles_.push_back({name, own});
     }
 }
 
@@ -234,10 +238,11 @@ void FolderRenaming::LeaveOwnFiles() {
 
 int FolderRenaming::Execute() {
     if (EqualIgnoringCase(oldName_, newName_)) return 0;
-    const auto isMoved = [this](const Obstacle& obstacle) {
-        return std::any_of(moves_.begin(), moves_.end(),
-                           [&](const Move& move) { return move.from == obstacle.name; });
-    };
+    std::unordered_set<std::string_view> leaving;
+    for (const Move& move : moves_)
+        leaving.insert(move.from);
+    const auto isMoved = [&](const Obstacle& obstacle) { return leaving.contains(obstacle.name); };
+    const auto listings = workspace_->KeepListings();
     // A folder that would take the place of one of those that it brings along.
     if (std::any_of(obstacles_.begin(), obstacles_.end(), isMoved)) return -EEXIST;
     for (const Obstacle& obstacle : obstacles_) {

@@ -92,6 +92,31 @@ bool WalkBelow(Folder& parent, std::string& prefix, const Visit& visit) {
     return true;
 }
 
+struct Search {
+    std::string_view baseName;
+    Folder* exact;
+    Folder* found;  ///< the first in any letter case
+};
+
+/// Looks below `parent` for the folder whose base name ends in `rest`; what stands before that is the parent's.
+void FindBelow(Folder& parent, std::string_view rest, Search& search) {
+    for (const auto& folder : parent.children) {
+        const std::string_view name = folder->name;
+        const bool fits = name.size() <= rest.size() && EqualIgnoringCase(name, rest.substr(0, name.size()));
+        if (fits && name.size() == rest.size()) {
+            if (search.found == nullptr) search.found = folder.get();
+            if (BaseNameOf(*folder) == search.baseName) search.exact = folder.get();
+        }
+        // A folder of the root's name begins the base names anew.
+        if (EqualIgnoringCase(name, kDesktop)) {
+            FindBelow(*folder, search.baseName, search);
+        } else if (fits && name.size() < rest.size() && rest[name.size()] == kBaseNameSeparator) {
+            FindBelow(*folder, rest.substr(name.size() + 1), search);
+        }
+        if (search.exact != nullptr) return;
+    }
+}
+
 int HeightOf(const Folder& folder) {
     int height = 0;
     for (const auto& child : folder.children)
@@ -219,13 +244,11 @@ std::string FolderTree::FormatBaseNames() const {
 }
 
 Folder* FolderTree::Find(std::string_view baseName) {
-    Folder* found = nullptr;
-    Walk([&](Folder& folder, const std::string& name) {
-        const bool exact = name == baseName;
-        if (exact || (found == nullptr && EqualIgnoringCase(name, baseName))) found = &folder;
-        return !exact;
-    });
-    return found;
+    Search search{baseName, nullptr, nullptr};
+    if (EqualIgnoringCase(baseName, root_->name)) search.found = root_.get();
+    if (baseName == root_->name) return root_.get();
+    FindBelow(*root_, baseName, search);
+    return search.exact != nullptr ? search.exact : search.found;
 }
 
 Folder* FolderTree::FirstOf(FolderClass folderClass) {

@@ -146,9 +146,37 @@ int ReadOneMail(const FolderFiles& files, FolderLayout layout, int recordNumber,
     return readable ? 0 : -1;
 }
 
-}  // namespace
+std::size_t RecordBytesOf(FolderLayout layout) {
+    if (layout == FolderLayout::Current) return kIndexRecordBytes;
+    return layout == FolderLayout::V2 ? kIndexRecordBytesV2 : kIndexRecordBytesV1;
+}
 
-int DetectLayout(core::File& index, FolderLayout& layout) {
+bool CanBeRecord(std::string_view record, FolderLayout layout) {
+    if (layout == FolderLayout::Current) return BeginsLikeCurrent(record);
+    // A deleted one begins with blanks.
+    return OffsetLineEnd(record) || record.starts_with(' ');
+}
+
+int RefuseUnlikelySize(core::File& index, FolderLayout layout) {
+    constexpr std::uint64_t kLikelyRecords = 100000;
+    constexpr std::uint64_t kSamples = 16;
+    const std::size_t recordBytes = RecordBytesOf(layout);
+    const std::int64_t size = index.Size();
+    if (size < 0) return static_cast<int>(size);
+    const std::uint64_t records = static_cast<std::uint64_t>(size) / recordBytes;
+    if (records <= kLikelyRecords) return 0;
+    std::string record(recordBytes, '\0');
+    std::uint64_t right = 0;
+    for (std::uint64_t sample = 0; sample < kSamples; ++sample) {
+        const std::uint64_t number = (records - 1) / (kSamples - 1) * sample;
+        const std::int64_t read = index.ReadAt(number * recordBytes, record);
+        if (read < 0) return static_cast<int>(read);
+        if (CanBeRecord(record, layout)) ++right;
+    }
+    return right * 4 < kSamples ? -EUCLEAN : 0;
+}
+
+int FindLayout(core::File& index, FolderLayout& layout) {
     layout = FolderLayout::Current;
     std::string start;
     int result = ReadStart(index, kIndexRecordBytes, start);
@@ -169,6 +197,13 @@ int DetectLayout(core::File& index, FolderLayout& layout) {
     if (plausibleV2 > plausibleV1) layout = FolderLayout::V2;
     if (plausibleV1 > plausibleV2) layout = FolderLayout::V1;
     return result;
+}
+
+}  // namespace
+
+int DetectLayout(core::File& index, FolderLayout& layout) {
+    const int found = FindLayout(index, layout);
+    return found < 0 ? found : RefuseUnlikelySize(index, layout);
 }
 
 int RequireCurrentLayout(core::File& index) {

@@ -403,6 +403,35 @@ TEST_F(FolderCommands, CompactsEveryFolder) {
     EXPECT_EQ(folders().ForEachFolder(2), -1);
 }
 
+/// Folders with files in other letters than the tree's, as other systems leave them, and folders without.
+TEST_F(FolderCommands, CostGrowsWithTheNumberOfFolders) {
+    const auto costs = [this](int count) {
+        std::string tree = "00Desktop\r\n01Work/0\r\n";
+        for (int number = 0; number < count; ++number)
+            tree += "02f" + std::to_string(number) + "/0\r\n02none" + std::to_string(number) + "/0\r\n";
+        Begin(tree);
+        for (int number = 0; number < count; ++number)
+            disk.Put("/mail/Bank/WORK#F" + std::to_string(number) + ".LOC", "");
+        std::vector<std::size_t> each;
+        const auto measure = [&](int result) {
+            EXPECT_EQ(result, 0);
+            each.push_back(disk.cost());
+        };
+        measure(0);
+        measure(folders().CompactAllFolders());
+        measure(folders().RenameFolder("Work", "Job", MailEditing::No));
+        measure(folders().CompactAllFolders());
+        for (std::size_t at = each.size(); --at > 0;)
+            each[at] -= each[at - 1];
+        return std::vector<std::size_t>(each.begin() + 1, each.end());
+    };
+    const std::vector<std::size_t> few = costs(20);
+    const std::vector<std::size_t> many = costs(100);
+    for (std::size_t at = 0; at < few.size(); ++at)
+        EXPECT_LT(many[at], 6 * few[at]) << at << ": " << few[at];
+    EXPECT_TRUE(disk.Exists("/mail/Bank/Job#F99.LOC"));
+}
+
 TEST_F(FolderCommands, SwitchesBanks) {
     ExpectRefused(folders().SwitchBank(1, true), "送受信中です。"_sjis);
     for (const int refused : {1, 2}) {

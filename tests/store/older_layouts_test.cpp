@@ -102,6 +102,54 @@ TEST_F(OlderLayoutsTest, NoCurrentFolderIsTakenForAnOlderOne) {
     }
 }
 
+/// A terabyte of holes behind, or between, the bytes that there are.
+class HollowFile final : public core::File {
+  public:
+    explicit HollowFile(std::string start, std::uint64_t every) : start_(std::move(start)), every_(every) {}
+    std::int64_t ReadAt(std::uint64_t offset, std::span<char> buffer) override {
+        bytesRead += buffer.size();
+        for (char& byte : buffer) {
+            const std::uint64_t at = every_ == 0 ? offset : offset % every_;
+            byte = at < start_.size() ? start_[at] : '\0';
+            ++offset;
+        }
+        return static_cast<std::int64_t>(buffer.size());
+    }
+    int WriteAt(std::uint64_t, std::string_view) override { return -EBADF; }
+    std::int64_t Size() override { return std::int64_t{1} << 40; }
+    int Truncate(std::uint64_t) override { return -EBADF; }
+    int Sync() override { return -EBADF; }
+    int Identify(core::FileIdentity&) override { return -EBADF; }
+    int BeginReading() override { return -EBADF; }
+    int HasReaders(bool&) override { return -EBADF; }
+
+    std::size_t bytesRead = 0;
+
+  private:
+    std::string start_;
+    std::uint64_t every_;
+};
+
+TEST_F(OlderLayoutsTest, ASizeThatTheContentDeniesIsRefusedAtOnce) {
+    const OlderFolder v2 = MakeOlderFolder(FolderLayout::V2, 3);
+    const std::string current = CurrentIndex(3, true);
+    const struct {
+        std::string start;
+        std::uint64_t every;
+        int result;
+    } cases[] = {{"", 0, -EUCLEAN},
+                 {current, 0, -EUCLEAN},
+                 {current, current.size(), 0},
+                 {current, current.size() * 2, 0},  // every second one is damaged
+                 {v2.index, 0, -EUCLEAN}};
+    for (const auto& [start, every, result] : cases) {
+        HollowFile file(start, every);
+        FolderLayout layout{};
+        EXPECT_EQ(DetectLayout(file, layout), result) << start.size() << " bytes every " << every;
+        EXPECT_LT(file.bytesRead, 100000U);
+    }
+}
+
 TEST_F(OlderLayoutsTest, OlderFoldersAreKnownByTheirRecords) {
     for (const FolderLayout layout : {FolderLayout::V1, FolderLayout::V2}) {
         for (int mails = 1; mails < 200; mails += mails < 12 ? 1 : 20) {

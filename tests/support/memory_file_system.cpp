@@ -318,6 +318,7 @@ int MemoryFileSystem::List(const path& directory, std::vector<path>& names) {
     // Backwards, since nobody may rely on an order.
     for (auto entry = node->entries.rbegin(); entry != node->entries.rend(); ++entry)
         names.emplace_back(entry->first);
+    namesListed_ += names.size();
     return 0;
 }
 

@@ -51,6 +51,8 @@ class MemoryFileSystem final : public core::FileSystem {
     [[nodiscard]] bool struck() const { return struck_; }
     /// Calls made, since the beginning.
     [[nodiscard]] int calls() const { return calls_; }
+    /// The same, and the names that listings have brought.
+    [[nodiscard]] std::size_t cost() const { return static_cast<std::size_t>(calls_) + namesListed_; }
 
     /// The program was killed and a new one comes: what was written stays, locks are free, what was open is
     /// dead, and faults that have not come about will not.
@@ -91,6 +93,7 @@ class MemoryFileSystem final : public core::FileSystem {
     std::shared_ptr<Node> root_;
     int calls_ = 0;
     int writes_ = 0;
+    std::size_t namesListed_ = 0;
     bool visiting_ = false;
     std::map<int, std::function<void()>> visits_;  ///< by call
     std::map<int, int> failures_;                  ///< by call

@@ -56,23 +56,28 @@ int List(CommandContext& context) {
     const auto session = context.OpenBank();
     if (session == nullptr) return kRefused;
     store::Mailbox& mailbox = session->program.mailbox();
+    const auto listings = session->workspace.KeepListings();
+    const store::FoldersWithFiles withFiles(session->workspace, mailbox.bankDirectory());
     nlohmann::ordered_json document = nlohmann::ordered_json::array();
     std::string text;
     bool whole = true;
     session->program.folders().tree().Walk([&](const store::Folder& folder, const std::string& baseName) {
         MailCounts counts;
-        const int counted = CountMails(mailbox, baseName, counts);
+        const int counted = withFiles.Contains(baseName) ? CountMails(mailbox, baseName, counts) : 0;
         if (counted < 0) {
             mailbox.ReportFault(baseName, counted);
             whole = false;
         }
         const int depth = store::DepthOf(folder);
-        document.push_back({{"depth", depth},
-                            {"name", Utf8Bytes(folder.name)},
-                            {"baseName", Utf8Bytes(baseName)},
-                            {"state", folder.state},
-                            {"mails", counts.mails},
-                            {"unread", counts.unread}});
+        if (context.json) {
+            document.push_back({{"depth", depth},
+                                {"name", Utf8Bytes(folder.name)},
+                                {"baseName", Utf8Bytes(baseName)},
+                                {"state", folder.state},
+                                {"mails", counts.mails},
+                                {"unread", counts.unread}});
+            return true;
+        }
         text += std::string(static_cast<std::size_t>(depth) * 2, ' ') + Printable(folder.name) + "  " +
                 std::to_string(counts.mails) + " (" + std::to_string(counts.unread) + ")";
         if (baseName != folder.name) text += "  " + Printable(baseName);
