@@ -50,6 +50,13 @@ std::optional<MailFolder> UsableOrNothing(CommandContext& context, std::optional
     return folder;
 }
 
+int RefuseVanished(CommandContext& context, const MailFolder& folder) {
+    static_cast<void>(context.Refuse({"フォルダ {} はほかの処理によって名前を変更されたか削除されました。",
+                                      "The folder {} was renamed or deleted meanwhile."},
+                                     Utf8Bytes(folder.name)));
+    return -1;
+}
+
 }  // namespace
 
 std::optional<MailFolder> OpenMailFolder(CommandContext& context, const std::string& typed) {
@@ -63,6 +70,19 @@ std::optional<MailFolder> OpenMailFolder(CommandContext& context, const std::str
     return folder;
 }
 
+int OpenReader(CommandContext& context, const MailFolder& folder, store::FolderReader& reader) {
+    const bool wasInTree = folder.folders().tree().Find(folder.name) != nullptr;
+    const int opened = folder.mailbox().OpenReader(reader, folder.name);
+    if (opened == -ENOENT && wasInTree) {
+        if (folder.folders().LoadFolderTree() < 0) return -1;
+        return folder.folders().tree().Find(folder.name) != nullptr ? opened
+                                                                    : RefuseVanished(context, folder);
+    }
+    if (opened == 0 || opened == -ENOENT) return opened;
+    folder.mailbox().ReportFault(folder.name, opened);
+    return -1;
+}
+
 bool LockForChange(CommandContext& context, MailFolder& folder) {
     const bool wasInTree = folder.folders().tree().Find(folder.name) != nullptr;
     const int locked = folder.session->workspace.Lock(true, folder.lock);
@@ -72,10 +92,7 @@ bool LockForChange(CommandContext& context, MailFolder& folder) {
     }
     if (folder.folders().LoadFolderTree() < 0) return false;
     if (!wasInTree || folder.folders().tree().Find(folder.name) != nullptr) return true;
-    static_cast<void>(context.Refuse({"フォルダ {} はほかの処理によって名前を変更されたか削除されました。",
-                                      "The folder {} was renamed or deleted meanwhile."},
-                                     Utf8Bytes(folder.name)));
-    return false;
+    return RefuseVanished(context, folder) == 0;
 }
 
 std::optional<MailFolder> OpenTreeFolder(CommandContext& context, const std::string& typed) {
@@ -92,13 +109,14 @@ std::optional<MailFolder> OpenTreeFolder(CommandContext& context, const std::str
 
 bool AreThere(CommandContext& context, const MailFolder& folder, const std::vector<int>& numbers) {
     store::FolderReader reader;
-    const int opened = reader.Open(folder.mailbox().FilesOf(folder.name));
-    if (opened < 0 && opened != -ENOENT) {
-        folder.mailbox().ReportFault(folder.name, opened);
-        return false;
-    }
+    const int opened = OpenReader(context, folder, reader);
+    return (opened == 0 || opened == -ENOENT) && AreThere(context, folder, reader, numbers);
+}
+
+bool AreThere(CommandContext& context, const MailFolder& folder, store::FolderReader& reader,
+              const std::vector<int>& numbers) {
     for (const int number : numbers) {
-        const std::string_view record = opened == 0 ? reader.IndexRecord(number) : std::string_view();
+        const std::string_view record = reader.IndexRecord(number);
         if (!record.empty() && !store::IsDeleted(record)) continue;
         if (WasFaulty(folder, reader)) return false;
         static_cast<void>(context.Refuse(

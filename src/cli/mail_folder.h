@@ -28,11 +28,18 @@ struct MailFolder {
 /// no longer has the folder since it was opened: what was written would be found under no name.
 [[nodiscard]] bool LockForChange(CommandContext& context, MailFolder& folder);
 
+/// Opens the folder's mails for reading. 0; -ENOENT where it has none; -1 where that fails, or where it has been renamed or
+/// deleted since it was opened, and the user knows why.
+[[nodiscard]] int OpenReader(CommandContext& context, const MailFolder& folder, store::FolderReader& reader);
+
 /// Opens a folder of the tree, named in any letter case.
 [[nodiscard]] std::optional<MailFolder> OpenTreeFolder(CommandContext& context, const std::string& typed);
 
 /// Whether all these mails are in the folder and not deleted; the user knows which one is not.
 [[nodiscard]] bool AreThere(CommandContext& context, const MailFolder& folder,
+                            const std::vector<int>& numbers);
+/// The same for a reader, which has no mails where there was nothing to open.
+[[nodiscard]] bool AreThere(CommandContext& context, const MailFolder& folder, store::FolderReader& reader,
                             const std::vector<int>& numbers);
 
 /// Whether the disk failed while the reader looked at the list: what it says is not there may be there. The

@@ -299,6 +299,17 @@ int RenamingIsUnfinished(const core::Workspace& workspace, std::string_view bank
     return result;
 }
 
+std::optional<std::string> NameAfterRenaming(const core::Workspace& workspace, std::string_view bankDirectory,
+                                             std::string_view folder) {
+    std::unique_ptr<core::File> file;
+    if (workspace.OpenExactly(InBank(bankDirectory, kJournalFile), core::OpenMode::Read, file) < 0)
+        return std::nullopt;
+    Journal journal;
+    core::LineReader reader(*file);
+    if (!ReadJournal(reader, journal) || !IsAtOrBelow(folder, journal.oldName)) return std::nullopt;
+    return journal.newName + std::string(folder.substr(journal.oldName.size()));
+}
+
 int FinishInterruptedRenaming(
     core::Workspace& workspace, std::string_view bankDirectory,
     const std::function<bool(std::string_view oldName, std::string_view newName)>& isRenamed) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -85,6 +86,12 @@ class FolderRenaming {
 /// Whether a renaming was interrupted in this bank, or is going on.
 [[nodiscard]] int RenamingIsUnfinished(const core::Workspace& workspace, std::string_view bankDirectory,
                                        bool& unfinished);
+
+/// The base name that the files of `folder` have been given, or are to be given, by the renaming that goes on or was
+/// interrupted. Nothing where none concerns it. Needs no lock.
+[[nodiscard]] std::optional<std::string> NameAfterRenaming(const core::Workspace& workspace,
+                                                           std::string_view bankDirectory,
+                                                           std::string_view folder);
 
 /// Renames a folder's files by itself, without a tree. 0, also without renaming anything where both are
 /// special folders and there are files under the new name; -1 when it is refused or fails. The user knows

@@ -133,8 +133,22 @@ int Mailbox::AppendMail(std::string_view folder, MailRecord& record, int recordN
     return -1;
 }
 
+int Mailbox::OpenReader(FolderReader& reader, std::string_view folder) const {
+    // Between two looks a file can be given the one name and, where that is taken back, the other.
+    constexpr int kMostAttempts = 5;
+    int opened = -ENOENT;
+    for (int attempt = 0; opened == -ENOENT && attempt < kMostAttempts; ++attempt) {
+        opened = reader.Open(FilesOf(folder));
+        if (opened != -ENOENT) break;
+        const auto newName = NameAfterRenaming(*workspace_, bankDirectory_, folder);
+        if (!newName) break;
+        opened = reader.Open(FilesOf(*newName));
+    }
+    return opened;
+}
+
 bool Mailbox::OpenForReading(FolderReader& reader, std::string_view folder) {
-    const int opened = reader.Open(FilesOf(folder));
+    const int opened = OpenReader(reader, folder);
     if (opened < 0 && opened != -ENOENT) ReportFault(folder, opened);
     return opened == 0;
 }
@@ -198,7 +212,7 @@ int Mailbox::FindAndDeleteMail(std::string_view folder, std::string_view localId
 
 int Mailbox::CountMails(std::string_view folder) {
     FolderReader reader;
-    int count = reader.Open(FilesOf(folder));
+    int count = OpenReader(reader, folder);
     if (count == 0) count = reader.CountMails();
     if (count >= 0 || count == -ENOENT) return std::max(count, 0);
     ReportFault(folder, count);

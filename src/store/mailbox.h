@@ -53,6 +53,10 @@ class Mailbox {
     [[nodiscard]] core::IdentifierMaker& identifiers() { return *identifiers_; }
     [[nodiscard]] FolderFiles FilesOf(std::string_view folder) const;
 
+    /// Opens a folder for reading, wherever a renaming that goes on has brought its files. As `FolderReader::Open`, and tells
+    /// nobody.
+    [[nodiscard]] int OpenReader(FolderReader& reader, std::string_view folder) const;
+
     /// Whether a folder of that base name can have files: no separator, nothing that no file name holds.
     [[nodiscard]] static bool IsUsableName(std::string_view folder);
 

@@ -220,6 +220,27 @@ TEST_F(FolderCommands, RenamesAndMovesWithEverythingBelow) {
     EXPECT_TRUE(program->ui.messages.empty());
 }
 
+TEST_F(FolderCommands, AFolderThatIsBeingRenamedCanBeRead) {
+    bool visited = true;
+    for (int call = 1; visited; ++call) {
+        SCOPED_TRACE(call);
+        Begin(kTree);
+        Program other(disk);
+        other.mailbox.SetBankDirectory("Bank");
+        disk.VisitAtCall(call, [&] {
+            ASSERT_EQ(other.folders.LoadFolderTree(), 0) << "it is not waited for";
+            const bool renamed = other.folders.tree().Find("Work") == nullptr;
+            for (const std::string below : {"", "#97"}) {
+                FolderReader reader;
+                EXPECT_EQ(other.mailbox.OpenReader(reader, (renamed ? "Job" : "Work") + below), 0);
+                EXPECT_EQ(reader.CountMails(), 1);
+            }
+        });
+        EXPECT_EQ(folders().RenameFolder("Work", "Job", MailEditing::No), 0);
+        visited = disk.struck();
+    }
+}
+
 TEST_F(FolderCommands, DeletesFromTheTreeAlone) {
     program->ui.answers = {false, true, true};
     EXPECT_EQ(folders().DeleteFolder("Work", MailEditing::No), -1);

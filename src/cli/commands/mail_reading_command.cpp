@@ -76,11 +76,9 @@ int List(CommandContext& context, const std::string& typed) {
     const auto folder = OpenMailFolder(context, typed);
     if (!folder) return kRefused;
     store::FolderReader reader;
-    const int opened = reader.Open(folder->mailbox().FilesOf(folder->name));
+    const int opened = OpenReader(context, *folder, reader);
     if (opened == 0) return PrintRows(context, *folder, reader);
-    if (opened == -ENOENT) return context.Print(context.json ? "[]\n" : "");
-    folder->mailbox().ReportFault(folder->name, opened);
-    return kRefused;
+    return opened == -ENOENT ? context.Print(context.json ? "[]\n" : "") : kRefused;
 }
 
 struct ShownField {
@@ -152,13 +150,12 @@ int Show(CommandContext& context, const std::string& typed, int number, bool raw
         return kWrongUsage;
     }
     const auto folder = OpenMailFolder(context, typed);
-    if (!folder || !AreThere(context, *folder, {number})) return kRefused;
+    if (!folder) return kRefused;
     store::FolderReader reader;
-    const int opened = reader.Open(folder->mailbox().FilesOf(folder->name));
-    if (opened < 0) {
-        folder->mailbox().ReportFault(folder->name, opened);
-        return kRefused;
-    }
+    const int opened = OpenReader(context, *folder, reader);
+    // One reader, so that the mail that was looked for is the one that is shown.
+    if (opened < 0 && opened != -ENOENT) return kRefused;
+    if (!AreThere(context, *folder, reader, {number})) return kRefused;
     store::MailRecord record;
     const auto condition = reader.ReadMail(number, store::MAIL_BODY_MAX - store::kReadHeadroomBytes, record);
     if (WasFaulty(*folder, reader)) return kRefused;
@@ -180,11 +177,8 @@ int Find(CommandContext& context, const std::string& typed, const std::string& t
     const auto folder = OpenMailFolder(context, typed);
     if (!folder) return kRefused;
     store::FolderReader reader;
-    const int opened = reader.Open(folder->mailbox().FilesOf(folder->name));
-    if (opened < 0 && opened != -ENOENT) {
-        folder->mailbox().ReportFault(folder->name, opened);
-        return kRefused;
-    }
+    const int opened = OpenReader(context, *folder, reader);
+    if (opened < 0 && opened != -ENOENT) return kRefused;
     const int number = opened == 0 ? reader.FindMail(*localId) : -1;
     const bool found = number >= 0 && !store::IsDeleted(reader.IndexRecord(number));
     if (opened == 0 && WasFaulty(*folder, reader)) return kRefused;
