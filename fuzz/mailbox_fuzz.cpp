@@ -82,13 +82,25 @@ void CheckPlace(const Mail& mail, const std::string& text) {
     }
 }
 
+/// The rows that bytes can be: a power cut leaves zeros behind the last one that was written.
+std::size_t CountRows(std::string_view index) {
+    constexpr std::size_t kLineEnds[] = {22, 74, 126, 178, 230, 282, 334, 386, 438, 490, 592, 694, 796, 898};
+    std::size_t count = index.size() / kIndexRecordBytes;
+    for (; count > 0; --count) {
+        const std::string_view row = index.substr((count - 1) * kIndexRecordBytes, kIndexRecordBytes);
+        const auto isUnwritten = [row](std::size_t at) { return row[at] == 0 && row[at + 1] == 0; };
+        if (row[0] != 0 && std::none_of(std::begin(kLineEnds), std::end(kLineEnds), isUnwritten)) break;
+    }
+    return count;
+}
+
 Mails ReadAll(support::MemoryFileSystem& disk, store::Mailbox& mailbox) {
     const std::string index = disk.Get(kIndexPath).value();
     const std::string text = disk.Get(kTextPath).value();
     store::FolderReader reader;
     Check(reader.Open(mailbox.FilesOf("Inbox")) == 0);
     const int count = reader.CountMails();
-    Check(static_cast<std::size_t>(count) == index.size() / kIndexRecordBytes);
+    Check(static_cast<std::size_t>(count) == CountRows(index));
     Check(mailbox.CountMails("Inbox") == count);
     Mails mails;
     for (int number = 0; number < count; ++number) {
@@ -127,7 +139,7 @@ Mails CheckAppending(support::MemoryFileSystem& disk, fuzz::Program& program, Ma
     }
     Check(appended == 0 && program.ui.faults == 0);
     const std::size_t whole = before.size() * kIndexRecordBytes;
-    Check(disk.Get(kIndexPath)->size() == whole + kIndexRecordBytes);
+    Check(disk.Get(kIndexPath)->size() == std::max(index.size(), whole + kIndexRecordBytes));
     Check(disk.Get(kIndexPath)->starts_with(index.substr(0, whole)) &&
           disk.Get(kTextPath)->starts_with(text));
     Mails after = ReadAll(disk, program.mailbox);

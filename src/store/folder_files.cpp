@@ -145,7 +145,7 @@ int FindPairInForce(const FolderFiles& files, const Unfinished& unfinished, Pair
     return result;
 }
 
-int FinishOwnChanges(const FolderFiles& files) {
+int FinishOwnChanges(const FolderFiles& files, bool wait) {
     Unfinished unfinished;
     const auto isFinished = [&unfinished] {
         return !unfinished.journal && !unfinished.newText && !unfinished.newIndex;
@@ -153,7 +153,7 @@ int FinishOwnChanges(const FolderFiles& files) {
     int result = LookForUnfinished(files, unfinished);
     if (result < 0 || isFinished()) return result;
     core::WorkspaceLock lock;
-    result = files.workspace->Lock(true, lock);
+    result = files.workspace->Lock(wait, lock);
     // Whoever had the lock may have been in the middle of it, and is through now.
     if (result == 0) result = LookForUnfinished(files, unfinished);
     if (result == 0 && unfinished.journal) result = IndexJournal::Resume(files);

@@ -84,7 +84,8 @@ enum class Pair {
 /// settled too (`SettlePendingMove`), which may change the numbers of records; one that cannot be is left to the next, and is
 /// no failure.
 [[nodiscard]] int FinishInterruptedChanges(const FolderFiles& files);
-/// The same without moves, for those who have numbers of records already.
-[[nodiscard]] int FinishOwnChanges(const FolderFiles& files);
+/// The same without moves, for those who have numbers of records already. Without `wait`, -EWOULDBLOCK where something is
+/// there and another program has the lock, which may be the one that is at it.
+[[nodiscard]] int FinishOwnChanges(const FolderFiles& files, bool wait = true);
 
 }  // namespace postkite::store

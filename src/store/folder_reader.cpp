@@ -41,8 +41,9 @@ int FolderReader::Open(const FolderFiles& files) {
     files_ = files;
     // Here and never again while it is open, since the records would get other numbers.
     static_cast<void>(SettlePendingMove(*files.workspace, files.bankDirectory, &files));
-    const int finished = files.workspace->HoldsLock() ? FinishOwnChanges(files) : 0;
-    return finished < 0 ? finished : rows_.Open(files);
+    // What cannot be finished is read as it will be then, but is no ground for a change.
+    const int finished = FinishOwnChanges(files, false);
+    return finished < 0 && files.workspace->HoldsLock() ? finished : rows_.Open(files);
 }
 
 int FolderReader::error() const {

@@ -106,11 +106,7 @@ void FindBelow(Folder& parent, std::string_view rest, Search& search) {
         if (fits && name.size() == rest.size()) {
             if (search.found == nullptr) search.found = folder.get();
             if (BaseNameOf(*folder) == search.baseName) search.exact = folder.get();
-        }
-        // A folder of the root's name begins the base names anew.
-        if (EqualIgnoringCase(name, kDesktop)) {
-            FindBelow(*folder, search.baseName, search);
-        } else if (fits && name.size() < rest.size() && rest[name.size()] == kBaseNameSeparator) {
+        } else if (fits && rest[name.size()] == kBaseNameSeparator) {
             FindBelow(*folder, rest.substr(name.size() + 1), search);
         }
         if (search.exact != nullptr) return;
@@ -222,6 +218,7 @@ bool FolderTree::Read(std::string_view bytes) {
         while (above.back().first >= depth)
             above.pop_back();
         above.emplace_back(depth, AddChild(*above.back().second, line->name, line->state));
+        hasSecondRoot_ = hasSecondRoot_ || EqualIgnoringCase(line->name, kDesktop);
     }
     return understood && bytes.empty();
 }
@@ -245,9 +242,17 @@ std::string FolderTree::FormatBaseNames() const {
 
 Folder* FolderTree::Find(std::string_view baseName) {
     Search search{baseName, nullptr, nullptr};
-    if (EqualIgnoringCase(baseName, root_->name)) search.found = root_.get();
-    if (baseName == root_->name) return root_.get();
-    FindBelow(*root_, baseName, search);
+    if (hasSecondRoot_) {
+        Walk([&](Folder& folder, const std::string& name) {
+            if (search.found == nullptr && EqualIgnoringCase(name, baseName)) search.found = &folder;
+            if (name == baseName) search.exact = &folder;
+            return search.exact == nullptr;
+        });
+    } else {
+        if (EqualIgnoringCase(baseName, root_->name)) search.found = root_.get();
+        if (baseName == root_->name) return root_.get();
+        FindBelow(*root_, baseName, search);
+    }
     return search.exact != nullptr ? search.exact : search.found;
 }
 

@@ -118,6 +118,9 @@ class FolderTree {
 
   private:
     std::unique_ptr<Folder> root_;
+    /// Whether a folder has the root's name, as only a damaged file brings it: base names begin anew below it, and say no
+    /// more where a folder is.
+    bool hasSecondRoot_ = false;
 };
 
 }  // namespace postkite::store

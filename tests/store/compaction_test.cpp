@@ -206,6 +206,16 @@ struct Leftovers : Compaction {
         newIndex = Index();
         newText = Text();
     }
+    /// What a program reads that cannot finish anything, since another one has the lock.
+    Mails MailsWhileLocked() {
+        const std::vector<std::string> names = disk.Names(kBankPath);
+        core::Workspace other(disk, "/mail");
+        core::WorkspaceLock lock;
+        EXPECT_EQ(other.Lock(false, lock), 0);
+        Mails mails = MailboxProgram(disk).Mails();
+        EXPECT_EQ(disk.Names(kBankPath), names);
+        return mails;
+    }
     void Put(const std::vector<std::pair<std::string, std::string>>& files) {
         for (const std::string& name : disk.Names(kBankPath))
             ASSERT_EQ(disk.Remove("/mail/Bank/" + name), 0);
@@ -241,9 +251,7 @@ TEST_F(Leftovers, AnInterruptedCompactionIsFinishedOrThrownAway) {
         const bool hasText = one.files.size() > 1 && one.files[1].first == "INBOX.MTX";
         const Mails textless{"damaged", "damaged", "damaged", "damaged"};
         const Mails mails = one.isFinished ? newMails : hasText ? oldMails : textless;
-        EXPECT_EQ(program.Mails(), mails);
-        EXPECT_EQ(disk.Names(kBankPath).size(), one.files.size()) << "who reads leaves things as they are";
-        ASSERT_EQ(FinishInterruptedChanges(mailbox.FilesOf("Inbox")), 0);
+        EXPECT_EQ(MailsWhileLocked(), mails);
         EXPECT_EQ(program.Mails(), mails);
         for (const std::string& name : disk.Names(kBankPath))
             EXPECT_EQ(name.find("$$"), std::string::npos) << name;
@@ -265,9 +273,8 @@ TEST_F(Leftovers, AJournalIsCopiedAsOftenAsNeedBe) {
              {"INBOX.MTX", oldText},
              {"INBOX.$$i", journal("1 cut")},
              {"INBOX.$$i.$$$", "half"}});
+        EXPECT_EQ(MailsWhileLocked(), newMails) << done;
         EXPECT_EQ(program.Mails(), newMails) << done;
-        EXPECT_TRUE(disk.Exists("/mail/Bank/INBOX.$$i")) << "who reads leaves things as they are";
-        ASSERT_EQ(FinishInterruptedChanges(mailbox.FilesOf("Inbox")), 0);
         EXPECT_FALSE(disk.Exists("/mail/Bank/INBOX.$$i"));
         EXPECT_EQ(disk.Get("/mail/Bank/INBOX.LOC"), oldIndex.substr(0, 900) + oldIndex.substr(1800));
     }

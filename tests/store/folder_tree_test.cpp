@@ -132,6 +132,10 @@ TEST(FolderTree, FindsFoldersByBaseName) {
     EXPECT_EQ(tree.Find("Trash#Work#Inbox")->state, 2);
     tree.Remove(*tree.Find("Trash#Work"));
     EXPECT_EQ(tree.Format(), "00Desktop\r\n01inbox/0\r\n01Inbox/1\r\n01Trash/0\r\n");
+
+    tree.Read("00Desktop\r\n01A/0\r\n02desktop/0\r\n03B/7\r\n");
+    EXPECT_EQ(tree.Find("A#desktop")->name, "desktop");
+    EXPECT_EQ(tree.Find("b")->state, 7);
 }
 
 TEST(FolderTree, ClassesNames) {
