@@ -289,6 +289,24 @@ TEST(SessionTest, HangingUpKeepsTheCapture) {
     EXPECT_EQ(stage.Tick(), comm::kSessionGoesOn);
 }
 
+TEST(SessionTest, WhatCameIsOnTheDiskBeforeTheLogOff) {
+    Stage stage(Usual());
+    const comm::ScriptLines script = ScriptOf({{1, "MESLOGON,,"},
+                                               {2, "WAIT,FORUM>,"},
+                                               {3, "LOGOFF,,"},
+                                               {4, "SEND,OFF\r,"},
+                                               {5, "WAIT,never,"},
+                                               {6, "END"}});
+    ASSERT_EQ(stage.session.Begin(Session::Start::ReceiveOnly, "/dev/x", {}, &script), 0);
+    stage.Ticks(1);
+    stage.port.toClient = "messages\r\nFORUM>";
+    for (int tick = 0; tick < 5 && stage.port.fromClient.empty(); ++tick)
+        stage.Ticks(1);
+    ASSERT_EQ(stage.port.fromClient, "OFF\r");
+    stage.disk.PowerCut();
+    EXPECT_EQ(stage.disk.Get("/w/MesLog.txt"), "messages\r\nFORUM>");
+}
+
 TEST(SessionTest, ADisconnectWithoutALogOffInTheScriptHangsUp) {
     // A longer script before it leaves its line 200 in the table; it is none of this one's.
     Stage stage(Usual());
