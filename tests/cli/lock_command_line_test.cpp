@@ -117,9 +117,9 @@ TEST(LockCommandLine, OneProgramAtATimeHasASession) {
         SCOPED_TRACE(testing::PrintToString(command));
         std::unique_ptr<core::FileLock> session;
         ASSERT_EQ(files.Lock("/mail/BMTEMP.$$$", false, session), 0);
-        const auto refused = support::RunPostkite(files, command, {{"POSTKITE_LANG", "en"}});
+        const auto refused = support::RunPostkite(files, command);
         EXPECT_EQ(refused.status, kRefused);
-        EXPECT_NE(refused.err.find("Another Postkite"), std::string::npos) << refused.err;
+        EXPECT_NE(refused.err.find("ほかの Postkite が通信中です。"), std::string::npos) << refused.err;
         EXPECT_EQ(Contents(files, "/mail").count("/mail/maillog.txt"), 1U);
     }
 }
