@@ -48,8 +48,8 @@ const std::string& TargetOf(const RuleTable& rules, const SortedMail& mail) {
     return rules.rules()[static_cast<std::size_t>(mail.rule)].rule.folder;
 }
 
-/// The targets of the plan that are in an older layout. What keeps one from being looked at is told when it is
-/// opened.
+/// The targets of the plan that are in an older layout. What keeps one from being looked at is told when it
+/// is opened.
 std::set<std::string> OlderTargets(const store::Mailbox& mailbox, const RuleTable& rules,
                                    const std::vector<SortedMail>& plan) {
     std::set<std::string> targets;
@@ -141,7 +141,8 @@ int Sorter::SortUnguarded(std::string_view folder, const RuleTable& rules, const
             mailbox_->ReportFault(folder, locked);
             return -1;
         }
-        // A folder that another program has renamed meanwhile takes no mails: they would be found under no name.
+        // A folder that another program has renamed meanwhile takes no mails: they would be found under no
+        // name.
         if (folders_->TakeOverChanges() < 0) return -1;
         if (mailbox_->SettleMoves() < 0) return -1;
         if (Match(folder, rules, selection, Matching::Any, plan) < 0) return -1;

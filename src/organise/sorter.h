@@ -32,20 +32,21 @@ class Sorter {
     Sorter(const core::Settings& settings, store::Folders& folders, store::Mailbox& mailbox,
            core::UserInterface& ui);
 
-    /// What sorting the folder with `rules` would move, in list order; moves nothing. -1 where the folder cannot be
-    /// read.
+    /// What sorting the folder with `rules` would move, in list order; moves nothing. -1 where the folder
+    /// cannot be read.
     [[nodiscard]] int Plan(std::string_view folder, const RuleTable& rules, std::vector<SortedMail>& plan);
 
-    /// Applies the rules to every mail of the folder. A mail whose target is the folder itself goes to its end.
-    /// `moved`, if given, gets the mails that went, also where others did not; their numbers are those from before.
+    /// Applies the rules to every mail of the folder. A mail whose target is the folder itself goes to its
+    /// end. `moved`, if given, gets the mails that went, also where others did not; their numbers are those
+    /// from before.
     [[nodiscard]] int SortFolder(std::string_view folder, const RuleTable& rules, store::MailEditing editing,
                                  std::vector<SortedMail>* moved = nullptr);
 
     /// Loads the enabled rules and sorts the folder of incoming mail.
     [[nodiscard]] int SortInbox(std::string_view inbox, store::MailEditing editing);
 
-    /// Loads the enabled rules and applies them to some mails of a folder. Numbers that the list does not have
-    /// are passed over.
+    /// Loads the enabled rules and applies them to some mails of a folder. Numbers that the list does not
+    /// have are passed over.
     [[nodiscard]] int SortSelected(std::string_view folder, std::span<const int> recordNumbers,
                                    store::MailEditing editing);
 

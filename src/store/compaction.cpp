@@ -112,7 +112,8 @@ class TextRewriting {
         }
         // From here on there is no way back: the new index alone means that it has to follow its text.
         done.result = files_.workspace->SyncNames(files_.text);
-        if (done.result == 0) done.result = FinishOwnChanges(files_);
+        if (done.result == 0) done.result = files_.workspace->Rename(files_.compactionIndex, files_.index);
+        if (done.result == 0) done.result = files_.workspace->SyncNames(files_.index);
         return done;
     }
 
@@ -152,7 +153,8 @@ class TextRewriting {
     }
 
     int CopyText(std::string_view record, int& lostMails) {
-        // Without its text the index says where the mails are, should the text come back: it is not to be lost too.
+        // Without its text the index says where the mails are, should the text come back: it is not to be
+        // lost too.
         if (!oldText_) return -ENODATA;
         std::string_view text;
         const auto offset = TextOffsetOf(record);
@@ -168,7 +170,8 @@ class TextRewriting {
         return newText_.Add(kTerminator);
     }
 
-    /// The text of a mail that is not where its record says but somewhere else in the file; empty where it is not.
+    /// The text of a mail that is not where its record says but somewhere else in the file; empty where it
+    /// is not.
     int FindElsewhere(std::string_view record, std::string_view& text) {
         text = {};
         if (!elsewhere_) {
@@ -287,7 +290,7 @@ int RemoveRecords(const FolderFiles& files, std::span<const int> numbers, bool* 
 
     IndexJournal journal(files);
     const bool anew = count - first > std::max(kMostJournalled, count / 2);
-    result = anew ? journal.BeginAnew() : journal.Begin(first);
+    result = anew ? journal.BeginAnew() : journal.Begin(first, count);
     for (std::uint64_t number = anew ? 0 : first; result == 0 && number < count; ++number) {
         const std::string_view record = index.At(number * kIndexRecordBytes, kIndexRecordBytes);
         if (record.size() < kIndexRecordBytes) break;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -22,10 +23,13 @@
 /// first: both
 ///   there means not yet, the index alone means that the text is replaced already and the index has to
 ///   follow.
+///
+/// What takes the place of something is whole, and no fewer mails can be read with it than before. Anything
+/// else is put aside (`PutAside`), with what is there left as it is, and told.
 namespace postkite::store {
 
-/// Whether the disk takes the names of a folder's files with `ending` as the longest one. A name that a folder is given
-/// leaves room for all that is ever kept beside its files.
+/// Whether the disk takes the names of a folder's files with `ending` as the longest one. A name that a
+/// folder is given leaves room for all that is ever kept beside its files.
 inline constexpr std::string_view kLongestEnding = ".mtx.bak999";
 [[nodiscard]] bool FitsFileNames(std::string_view folder, std::string_view ending = kLongestEnding);
 
@@ -42,6 +46,9 @@ struct FolderFiles {
     std::string compactionIndex;  ///< "B\N.$$l"
     std::string compactionText;   ///< "B\N.$$t"
     std::string bankDirectory;    ///< "B"
+    /// Is told of what recovery has not put in place, under which name it is kept; without one "error.log"
+    /// is. May be called by whatever opens the folder, after the work. Outlives all who use these files.
+    const std::function<void(const std::string& kept)>* onPutAside = nullptr;
 };
 
 /// The files of the folder with that base name in a bank's directory; an empty directory is the working
@@ -79,10 +86,10 @@ enum class Pair {
 };
 [[nodiscard]] int FindPairInForce(const FolderFiles& files, const Unfinished& unfinished, Pair& pair);
 
-/// Finishes or undoes what a crash interrupted in a folder, and does nothing where there was none. Returns 0
-/// or a negated errno value. Takes the lock itself where there is something to do. A move of mails from or to the folder is
-/// settled too (`SettlePendingMove`), which may change the numbers of records; one that cannot be is left to the next, and is
-/// no failure.
+/// Finishes or undoes what a crash interrupted in a folder, and does nothing where there was none. Returns
+/// 0 or a negated errno value. Takes the lock itself where there is something to do. A move of mails from
+/// or to the folder is settled too (`SettlePendingMove`), which may change the numbers of records; one that
+/// cannot be is left to the next, and is no failure.
 [[nodiscard]] int FinishInterruptedChanges(const FolderFiles& files);
 /// The same without moves, for those who have numbers of records already. Without `wait`, -EWOULDBLOCK where something is
 /// there and another program has the lock, which may be the one that is at it.

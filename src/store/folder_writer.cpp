@@ -93,8 +93,8 @@ int FolderWriter::LookForLastIdentifier() {
     return 0;
 }
 
-/// A crash can have torn the last text. It is closed, so that it does not go on with the mail that is appended, and says
-/// so where somebody reads it.
+/// A crash can have torn the last text. It is closed, so that it does not go on with the mail that is
+/// appended, and says so where somebody reads it.
 int FolderWriter::LookForTornText() {
     tornTextEnd_.clear();
     std::array<char, kTerminator.size() + kBytesBehindTerminator> tail{};
@@ -177,7 +177,8 @@ int FolderWriter::FlushBoth() {
 int FolderWriter::PutOverwriting() {
     if (!overwriting_) return 0;
     IndexJournal journal(files_);
-    int result = journal.Begin(static_cast<std::uint64_t>(overwriting_->recordNumber));
+    int result = journal.Begin(static_cast<std::uint64_t>(overwriting_->recordNumber),
+                               indexBytes_ / kIndexRecordBytes);
     if (result == 0) result = journal.Add(overwriting_->bytes);
     if (result == 0) result = journal.Apply(IndexJournal::End::Kept);
     // The record will point to its text sooner or later: the text has to stay.

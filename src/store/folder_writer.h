@@ -34,10 +34,10 @@ class FolderWriter {
     [[nodiscard]] int Open(const FolderFiles& files);
 
     /// Adds a mail at the end of the list. `record` is changed as it is stored: a new localId, flag 14 set,
-    /// the spares cleared, index fields cut. -EINVAL for a record that would break the files: a header field
-    /// with CR or a zero byte, a body that holds the terminator, flags of more than 50 bytes; -EMSGSIZE for one that
-    /// compaction could not read back. Nothing has changed in the folder then.
-    /// The localId is `localId`, which the identifier maker has made, or else a new one.
+    /// the spares cleared, index fields cut. -EINVAL for a record that would break the files: a header
+    /// field with CR or a zero byte, a body that holds the terminator, flags of more than 50 bytes;
+    /// -EMSGSIZE for one that compaction could not read back. Nothing has changed in the folder then. The
+    /// localId is `localId`, which the identifier maker has made, or else a new one.
     [[nodiscard]] int Append(MailRecord& record, std::string_view localId = {});
 
     /// The same in the place of record `recordNumber`, which must exist. One a commit.
@@ -51,8 +51,8 @@ class FolderWriter {
 
     [[nodiscard]] int Commit();
 
-    /// Takes back all that was appended since the folder was opened, committed or not, and ends the work. A negated errno
-    /// value where some of it may be there.
+    /// Takes back all that was appended since the folder was opened, committed or not, and ends the work. A
+    /// negated errno value where some of it may be there.
     [[nodiscard]] int TakeBackAll();
 
     /// Whether something that failed could not be taken back: some of the mails may be there.

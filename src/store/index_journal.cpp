@@ -1,47 +1,175 @@
 #include "store/index_journal.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <span>
+#include <string_view>
 #include <vector>
 
+#include "store/checksum.h"
 #include "store/index_record.h"
+#include "store/recovery.h"
+#include "store/text_window.h"
 
 namespace postkite::store {
 
 namespace {
 
-/// The journal begins with one block of this size: the first record's number, a blank, "cut" or "keep",
-/// blanks. Records follow.
+/// The journal begins with one block of this size: the first record's number, "cut" or "keep", how many
+/// records follow, how many the index had, and the sum of those that follow and of these words,
+/// hexadecimal; a blank behind each, and more to the end. Journals of earlier programs have the first two
+/// alone.
 constexpr std::size_t kHeaderBytes = 64;
 constexpr std::string_view kCut = "cut";
 constexpr std::string_view kKeep = "keep";
 
-constexpr std::size_t kPieceBytes = 256 * kIndexRecordBytes;
+constexpr std::size_t kPieceRecords = 256;
+constexpr std::size_t kPieceBytes = kPieceRecords * kIndexRecordBytes;
 
 struct Header {
     std::uint64_t firstRecord = 0;
     bool cut = false;
+    bool isComplete = true;  ///< false for an earlier program's
+    std::uint64_t count = 0;
+    std::uint64_t oldCount = 0;
+    std::uint64_t sum = 0;  ///< of the records, then the words
 };
 
-std::string FormatHeader(const Header& header) {
-    std::string text = std::to_string(header.firstRecord) + " " + std::string(header.cut ? kCut : kKeep);
+/// What stands before the sum.
+std::string WordsOf(const Header& header) {
+    return std::to_string(header.firstRecord) + " " + std::string(header.cut ? kCut : kKeep) + " " +
+           std::to_string(header.count) + " " + std::to_string(header.oldCount) + " ";
+}
+
+std::string FormatHeader(const Header& header, std::uint64_t sumOfRecords) {
+    std::string text = WordsOf(header);
+    std::array<char, 17> sum{};
+    *std::to_chars(sum.data(), sum.data() + sum.size() - 1, SumOf(text, sumOfRecords), 16).ptr = '\0';
+    text += sum.data();
     text.resize(kHeaderBytes, ' ');
     return text;
 }
 
+std::string_view TakeWord(std::string_view& text) {
+    const std::size_t end = std::min(text.find(' '), text.size());
+    const std::string_view word = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    return word;
+}
+
+bool TakeNumber(std::string_view& text, std::uint64_t& number, int base = 10) {
+    const std::string_view word = TakeWord(text);
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number, base);
+    return error == std::errc() && end == word.data() + word.size();
+}
+
 int ReadHeader(core::File& file, Header& header) {
-    std::string text(kHeaderBytes, '\0');
-    const std::int64_t count = file.ReadAt(0, text);
-    if (count < 0) return static_cast<int>(count);
-    const std::size_t blank = text.find(' ');
-    if (count != kHeaderBytes || blank == std::string::npos) return -EINVAL;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + blank, header.firstRecord);
     constexpr std::uint64_t kMostRecords = std::uint64_t{1} << 40;
-    if (error != std::errc() || end != text.data() + blank || header.firstRecord > kMostRecords)
+    std::string bytes(kHeaderBytes, '\0');
+    const std::int64_t read = file.ReadAt(0, bytes);
+    if (read < 0) return static_cast<int>(read);
+    std::string_view text = bytes;
+    if (read != kHeaderBytes || !TakeNumber(text, header.firstRecord) || header.firstRecord > kMostRecords)
         return -EINVAL;
-    header.cut = text.compare(blank + 1, kCut.size(), kCut) == 0;
+    const std::string_view end = TakeWord(text);
+    header.cut = end == kCut;
+    if (!header.cut && end != kKeep) return -EINVAL;
+    header.isComplete = text.find_first_not_of(' ') != std::string_view::npos;
+    const bool isRead =
+        !header.isComplete || (TakeNumber(text, header.count) && TakeNumber(text, header.oldCount) &&
+                               TakeNumber(text, header.sum, 16));
+    return isRead && text.find_first_not_of(' ') == std::string_view::npos ? 0 : -EINVAL;
+}
+
+/// Four at a time, which takes a third of the time of one after the other.
+std::uint64_t SumOfRecord(std::string_view record, std::uint64_t sum) {
+    constexpr std::size_t kLanes = 4;
+    constexpr std::size_t kWordBytes = sizeof(std::uint64_t);
+    constexpr std::size_t kWhole = kIndexRecordBytes / (kLanes * kWordBytes) * (kLanes * kWordBytes);
+    std::array<std::uint64_t, kLanes> lanes{sum, kFirstSum, kFirstSum, kFirstSum};
+    for (std::size_t at = 0; at < kWhole; at += kLanes * kWordBytes) {
+        for (std::size_t lane = 0; lane < kLanes; ++lane)
+            lanes[lane] = SumOf(record.substr(at + lane * kWordBytes, kWordBytes), lanes[lane]);
+    }
+    for (std::size_t lane = 1; lane < kLanes; ++lane)
+        lanes[0] = (lanes[0] ^ lanes[lane]) * kFirstSum + lane;
+    return SumOf(record.substr(kWhole, kIndexRecordBytes - kWhole), lanes[0]);
+}
+
+std::uint64_t SumOfRecords(std::string_view records, std::uint64_t sum) {
+    for (std::size_t at = 0; at < records.size(); at += kIndexRecordBytes)
+        sum = SumOfRecord(records.substr(at, kIndexRecordBytes), sum);
+    return sum;
+}
+
+/// Whether the journal's records are those that were written to it; -EINVAL where they are not.
+int CheckSum(const JournalledRecords& journal, const Header& header) {
+    if (journal.count != header.count) return -EINVAL;
+    std::string piece;
+    std::uint64_t sum = kFirstSum;
+    for (std::uint64_t done = 0; done < journal.count; done += kPieceRecords) {
+        piece.resize(std::min<std::uint64_t>(journal.count - done, kPieceRecords) * kIndexRecordBytes);
+        const std::int64_t read = journal.file->ReadAt(kHeaderBytes + done * kIndexRecordBytes, piece);
+        if (read < 0) return static_cast<int>(read);
+        if (static_cast<std::size_t>(read) != piece.size()) return -EINVAL;
+        sum = SumOfRecords(piece, sum);
+    }
+    return SumOf(WordsOf(header), sum) == header.sum ? 0 : -EINVAL;
+}
+
+/// Whether no fewer mails can be read when the journal's records are in the index; -EINVAL where they would
+/// be.
+int CheckReadable(const FolderFiles& files, const JournalledRecords& journal, core::File& index,
+                  std::uint64_t count) {
+    TextWindow old(index);
+    TextWindow gathered(*journal.file);
+    const std::uint64_t end = journal.firstRecord + journal.count;
+    const RecordSource before = [&](std::uint64_t number) {
+        return old.At(number * kIndexRecordBytes, kIndexRecordBytes);
+    };
+    const RecordSource after = [&](std::uint64_t number) {
+        return number < journal.firstRecord || number >= end
+                   ? before(number)
+                   : gathered.At(journal.OffsetOf(number), kIndexRecordBytes);
+    };
+    std::uint64_t readable = 0;
+    std::uint64_t readableThen = 0;
+    int result = CountReadable(files, files.text, before, count, readable);
+    if (result == 0)
+        result =
+            CountReadable(files, files.text, after, journal.cut ? end : std::max(end, count), readableThen);
+    return result < 0 ? result : (readableThen < readable ? -EINVAL : 0);
+}
+
+/// -EINVAL for a journal that is not whole, or not this index's.
+int Check(const FolderFiles& files, const JournalledRecords& journal, const Header& header) {
+    const std::int64_t size = journal.file->Size();
+    if (size < 0) return static_cast<int>(size);
+    if ((static_cast<std::uint64_t>(size) - kHeaderBytes) % kIndexRecordBytes != 0) return -EINVAL;
+    std::unique_ptr<core::File> index;
+    std::uint64_t count = 0;
+    int result = header.isComplete ? CheckSum(journal, header) : 0;
+    if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::Read, index);
+    if (result == 0) result = CountRecords(*index, count);
+    if (result < 0) return result;
+    if (journal.firstRecord > count) return -EINVAL;
+    const std::uint64_t end = journal.firstRecord + journal.count;
+    // Not yet cut, or cut already. Any other index has come from somewhere else meanwhile.
+    if (header.isComplete && (count == header.oldCount || (journal.cut && count == end))) return 0;
+    return CheckReadable(files, journal, *index, count);
+}
+
+int OpenUnchecked(const FolderFiles& files, JournalledRecords& journal, Header& header) {
+    int result = files.workspace->OpenExactly(files.journal, core::OpenMode::Read, journal.file);
+    if (result == 0) result = ReadHeader(*journal.file, header);
+    if (result < 0) return result;
+    const std::int64_t size = journal.file->Size();
+    if (size < 0) return static_cast<int>(size);
+    journal.firstRecord = header.firstRecord;
+    journal.count = (static_cast<std::uint64_t>(size) - kHeaderBytes) / kIndexRecordBytes;
+    journal.cut = header.cut;
     return 0;
 }
 
@@ -78,7 +206,8 @@ int CreateUnfinished(const FolderFiles& files, std::unique_ptr<core::File>& file
     return files.workspace->Open(UnfinishedName(files), core::OpenMode::CreateNew, file);
 }
 
-/// Leaves the index to those who are reading it, and puts another in its place that has the journal's records.
+/// Leaves the index to those who are reading it, and puts another in its place that has the journal's
+/// records.
 int ReplaceIndex(const FolderFiles& files, const JournalledRecords& journal, core::File& index) {
     const std::int64_t size = index.Size();
     if (size < 0) return static_cast<int>(size);
@@ -100,17 +229,28 @@ int ReplaceIndex(const FolderFiles& files, const JournalledRecords& journal, cor
 }
 
 int PutInIndex(const FolderFiles& files, const JournalledRecords& journal, core::File& index) {
-    // Asked when the journal is in place: a reader who comes after the question finds that, and needs nothing of what is
-    // written here. Where nobody can be asked, the index is left alone.
+    // Asked when the journal is in place: a reader who comes after the question finds that, and needs
+    // nothing of what is written here. Where nobody can be asked, the index is left alone.
     bool hasReaders = false;
     if (index.HasReaders(hasReaders) < 0) hasReaders = true;
     return hasReaders ? ReplaceIndex(files, journal, index) : CopyInPlace(journal, index);
 }
 
+/// Puts the records in the index and takes the journal away.
+int Finish(const FolderFiles& files, const JournalledRecords& journal) {
+    std::unique_ptr<core::File> index;
+    int result = files.workspace->Open(files.index, core::OpenMode::ReadWrite, index);
+    if (result == 0) result = PutInIndex(files, journal, *index);
+    if (result == 0) result = files.workspace->Remove(files.journal);
+    return result < 0 ? result : files.workspace->SyncNames(files.journal);
+}
+
 }  // namespace
 
-int IndexJournal::Begin(std::uint64_t firstRecord) {
+int IndexJournal::Begin(std::uint64_t firstRecord, std::uint64_t oldCount) {
     anew_ = false;
+    oldCount_ = oldCount;
+    sum_ = kFirstSum;
     firstRecord_ = firstRecord;
     writtenBytes_ = kHeaderBytes;
     buffer_.clear();
@@ -125,6 +265,7 @@ int IndexJournal::BeginAnew() {
 }
 
 int IndexJournal::Add(std::string_view records) {
+    if (!anew_) sum_ = SumOfRecords(records, sum_);
     buffer_ += records;
     return buffer_.size() < kPieceBytes ? 0 : Flush();
 }
@@ -139,7 +280,10 @@ int IndexJournal::Flush() {
 int IndexJournal::Apply(End end) {
     int result = Flush();
     if (result == 0 && !anew_)
-        result = file_->WriteAt(0, FormatHeader({firstRecord_, end == End::CutBehind}));
+        result =
+            file_->WriteAt(0, FormatHeader({firstRecord_, end == End::CutBehind, true,
+                                            (writtenBytes_ - kHeaderBytes) / kIndexRecordBytes, oldCount_},
+                                           sum_));
     if (result == 0) result = file_->Sync();
     file_.reset();
     if (result == 0)
@@ -150,7 +294,7 @@ int IndexJournal::Apply(End end) {
     }
     stands_ = true;
     result = files_->workspace->SyncNames(files_->journal);
-    return result < 0 || anew_ ? result : Resume(*files_);
+    return result < 0 || anew_ ? result : PutInPlace();
 }
 
 std::uint64_t JournalledRecords::OffsetOf(std::uint64_t number) const {
@@ -158,32 +302,25 @@ std::uint64_t JournalledRecords::OffsetOf(std::uint64_t number) const {
 }
 
 int IndexJournal::OpenExisting(const FolderFiles& files, JournalledRecords& journal) {
-    int result = files.workspace->OpenExactly(files.journal, core::OpenMode::Read, journal.file);
     Header header;
-    if (result == 0) result = ReadHeader(*journal.file, header);
-    if (result < 0) return result;
-    const std::int64_t size = journal.file->Size();
-    if (size < 0) return static_cast<int>(size);
-    journal.firstRecord = header.firstRecord;
-    journal.count = (static_cast<std::uint64_t>(size) - kHeaderBytes) / kIndexRecordBytes;
-    journal.cut = header.cut;
-    return 0;
+    const int opened = OpenUnchecked(files, journal, header);
+    return opened < 0 ? opened : Check(files, journal, header);
 }
 
-int IndexJournal::Resume(const FolderFiles& files) {
+int IndexJournal::PutInPlace() {
     JournalledRecords journal;
-    std::unique_ptr<core::File> index;
-    int result = OpenExisting(files, journal);
-    if (result == 0) result = files.workspace->Open(files.index, core::OpenMode::ReadWrite, index);
-    // Without an index, or with a header that nobody here wrote, there is nothing to go on with.
-    if (result == -ENOENT || result == -EINVAL) {
-        const int removed = files.workspace->Remove(files.journal);
-        return removed < 0 ? removed : files.workspace->SyncNames(files.journal);
-    }
-    if (result == 0) result = PutInIndex(files, journal, *index);
-    if (result == 0) result = files.workspace->Remove(files.journal);
-    if (result == 0) result = files.workspace->SyncNames(files.journal);
-    return result;
+    Header header;
+    const int opened = OpenUnchecked(*files_, journal, header);
+    return opened < 0 ? opened : Finish(*files_, journal);
+}
+
+int IndexJournal::Resume(const FolderFiles& files, std::vector<std::string>& kept) {
+    JournalledRecords journal;
+    const int opened = OpenExisting(files, journal);
+    if (opened == 0) return Finish(files, journal);
+    // Without an index, or when nobody here wrote it, there is nothing to go on with.
+    const bool isNone = opened == -ENOENT || opened == -EINVAL;
+    return isNone ? PutAside(files, std::array{files.journal}, kept) : opened;
 }
 
 }  // namespace postkite::store

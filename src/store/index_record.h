@@ -52,12 +52,12 @@ void CutIndexFields(MailRecord& record);
 /// Whether the record was marked deleted. `record` is 900 bytes, here and below.
 [[nodiscard]] bool IsDeleted(std::string_view record);
 
-/// Whether the record has not, or not wholly, been written: a power cut can leave an index longer by zeros, which stand
-/// where its line ends would.
+/// Whether the record has not, or not wholly, been written: a power cut can leave an index longer by zeros,
+/// which stand where its line ends would.
 [[nodiscard]] bool IsUnwritten(std::string_view record);
 
-/// The records of an index: what is torn or unwritten at its end is none. Returns 0 or a negated errno value; -EFBIG where
-/// more is unwritten than a power cut can leave.
+/// The records of an index: what is torn or unwritten at its end is none. Returns 0 or a negated errno
+/// value; -EFBIG where more is unwritten than a power cut can leave.
 [[nodiscard]] int CountRecords(core::File& index, std::uint64_t& count);
 
 /// No text reaches farther, and the system takes no such offset.
@@ -71,8 +71,8 @@ inline constexpr std::uint64_t kFarthestText = std::uint64_t{1} << 62;
     return record.substr(field.offset, field.width);
 }
 
-/// Whether a mail of the text file that bears `localId` is the one that the record stands for. A record that leads to
-/// another mail is damaged.
+/// Whether a mail of the text file that bears `localId` is the one that the record stands for. A record
+/// that leads to another mail is damaged.
 [[nodiscard]] bool BearsIdentifierOf(std::string_view record, std::string_view localId);
 
 /// The text without the blanks behind it.

@@ -14,8 +14,8 @@ namespace postkite::store {
 
 namespace {
 
-/// Index records wait in memory for their texts to be on the disk; no more than these wait, however many folders they are
-/// for.
+/// Index records wait in memory for their texts to be on the disk; no more than these wait, however many
+/// folders they are for.
 constexpr std::size_t kMostGathered = 2 * 1024 * 1024 / kIndexRecordBytes;
 
 }  // namespace
@@ -31,7 +31,8 @@ void MailMoving::Prepare(int number) {
     if (!std::exchange(target.prepared, true) && ConvertFolder(*mailbox_, target.name) < 0) GiveUp(target);
 }
 
-/// The target that takes the mails for `number`; nullptr where it has failed. Two names can mean the same files.
+/// The target that takes the mails for `number`; nullptr where it has failed. Two names can mean the same
+/// files.
 MailMoving::Target* MailMoving::OpenTarget(int number) {
     Target& named = targets_[static_cast<std::size_t>(number)];
     Target& target = targets_[named.sharesWith];

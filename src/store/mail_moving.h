@@ -16,30 +16,31 @@
 
 namespace postkite::store {
 
-/// Mails of one folder on their way into any number of others. The targets stay open from the beginning to the end of the
-/// object, so that what was copied can be taken back. The user is told of what fails. Borrows everything.
+/// Mails of one folder on their way into any number of others. The targets stay open from the beginning to
+/// the end of the object, so that what was copied can be taken back. The user is told of what fails.
+/// Borrows everything.
 class MailMoving {
   public:
     /// Base names.
     MailMoving(Mailbox& mailbox, std::string_view source, std::span<const std::string> targets);
 
-    /// To be called for every target that is used, before the lock is taken: may ask whether a folder of an older
-    /// layout is to be converted. One that cannot be used counts as failed.
+    /// To be called for every target that is used, before the lock is taken: may ask whether a folder of an
+    /// older layout is to be converted. One that cannot be used counts as failed.
     void Prepare(int target);
 
     /// The next four under the lock, in this order; `reader` stands in the source, and `moves` are the same.
 
-    /// Opens the targets and notes on the disk what is about to move (`PendingMove`). -1 where it cannot be noted: nothing
-    /// is to be copied then.
+    /// Opens the targets and notes on the disk what is about to move (`PendingMove`). -1 where it cannot be
+    /// noted: nothing is to be copied then.
     [[nodiscard]] int Begin(FolderReader& reader, std::span<const MailMove> moves);
 
-    /// Copies the mails to the ends of their targets, in the order given, and commits. Where a target fails it takes
-    /// no further mail.
+    /// Copies the mails to the ends of their targets, in the order given, and commits. Where a target fails
+    /// it takes no further mail.
     void Copy(FolderReader& reader, std::span<const MailMove> moves);
 
-    /// Takes what was copied for good out of the source, or else the copies out of the targets. Whatever fails, the mails
-    /// are in one of the two from here on, or when somebody next opens either: the note stays where it has to. -1 where the
-    /// source could not be changed.
+    /// Takes what was copied for good out of the source, or else the copies out of the targets. Whatever
+    /// fails, the mails are in one of the two from here on, or when somebody next opens either: the note
+    /// stays where it has to. -1 where the source could not be changed.
     [[nodiscard]] int Finish();
 
     /// The record numbers of the mails that have moved, rising.

@@ -14,6 +14,7 @@
 #include "store/folder_renaming.h"
 #include "store/older_layouts.h"
 #include "store/pending_move.h"
+#include "store/recovery.h"
 
 namespace postkite::store {
 
@@ -45,12 +46,20 @@ Mailbox::Mailbox(core::Workspace& workspace, core::Workspace& programState, core
       programState_(&programState),
       ui_(&ui),
       clock_(&clock),
-      identifiers_(&identifiers) {
+      identifiers_(&identifiers),
+      onPutAside_([this](const std::string& kept) {
+          const std::string text = TextOfPutAside(kept, ui_->language());
+          core::LogError(*workspace_, text);
+          ui_->ShowMessage(core::kProductName, text, core::MessageIcon::Warning);
+      }) {
 }
 
 FolderFiles Mailbox::FilesOf(std::string_view folder) const {
-    if (core::EqualIgnoringCase(folder, kClipboardFolder)) return store::FilesOf(*programState_, {}, folder);
-    return store::FilesOf(*workspace_, bankDirectory_, folder);
+    FolderFiles files = core::EqualIgnoringCase(folder, kClipboardFolder)
+                            ? store::FilesOf(*programState_, {}, folder)
+                            : store::FilesOf(*workspace_, bankDirectory_, folder);
+    files.onPutAside = &onPutAside_;
+    return files;
 }
 
 bool Mailbox::IsUsableName(std::string_view folder) {
@@ -172,7 +181,8 @@ int Mailbox::ReplaceMail(std::string_view folder, int, MailRecord& record) {
     const bool oldTextIsThere = reader.ReadMail(found, 0, old) != FolderReader::Condition::Damaged;
     reader.Close();
     if (AppendMail(folder, record, found) < 0) return -1;
-    // The old text is marked last: until then it is the mail, and what happens to the mark now does not matter.
+    // The old text is marked last: until then it is the mail, and what happens to the mark now does not
+    // matter.
     std::unique_ptr<core::File> text;
     if (oldTextIsThere && old.flags.size() > flag::kDeleted && !serverListMode_ &&
         files.workspace->Open(files.text, core::OpenMode::ReadWrite, text) == 0) {

@@ -33,6 +33,8 @@ class Mailbox {
     /// `programState` is the directory that holds the clipboard folder, outside the working directory.
     Mailbox(core::Workspace& workspace, core::Workspace& programState, core::UserInterface& ui,
             const core::Clock& clock, core::IdentifierMaker& identifiers);
+    Mailbox(const Mailbox&) = delete;
+    Mailbox& operator=(const Mailbox&) = delete;
 
     /// The directory of the current bank, relative to the working directory; empty for the working directory
     /// itself.
@@ -60,10 +62,11 @@ class Mailbox {
     /// Whether a folder of that base name can have files: no separator, nothing that no file name holds.
     [[nodiscard]] static bool IsUsableName(std::string_view folder);
 
-    /// Opens a folder to append many mails; settles a move that it is in, which may change the numbers of records. nullptr when that fails; the user knows, and `error` gets the negated errno
-    /// value.
+    /// Opens a folder to append many mails; settles a move that it is in, which may change the numbers of
+    /// records. nullptr when that fails; the user knows, and `error` gets the negated errno value.
     [[nodiscard]] std::unique_ptr<FolderWriter> OpenWriter(std::string_view folder, int* error = nullptr);
-    /// As `AppendMail` at the end of the list, in an open writer of that folder. `localId` as `FolderWriter::Append` has it.
+    /// As `AppendMail` at the end of the list, in an open writer of that folder. `localId` as
+    /// `FolderWriter::Append` has it.
     [[nodiscard]] int AppendTo(FolderWriter& writer, MailRecord& record, std::string_view localId = {});
     /// Commits; tells the user and "error.log" when it fails.
     [[nodiscard]] int Commit(FolderWriter& writer, std::string_view folder);
@@ -99,8 +102,8 @@ class Mailbox {
     [[nodiscard]] int MarkSent(std::string_view folder, int recordNumber, bool sent);
     [[nodiscard]] int MarkDeleted(std::string_view folder, int recordNumber);
 
-    /// Settles a move of mails in the bank that a killed program has left half done; to be called under the lock before
-    /// mails are chosen for another. -1 where it cannot be settled, and the user knows.
+    /// Settles a move of mails in the bank that a killed program has left half done; to be called under the
+    /// lock before mails are chosen for another. -1 where it cannot be settled, and the user knows.
     [[nodiscard]] int SettleMoves();
 
     /// Does `mark` with an open marker of the folder and commits: many flags with one open and one sync.
@@ -110,8 +113,8 @@ class Mailbox {
 
     /// Takes the deleted records out of the list.
     [[nodiscard]] int CompactIndex(std::string_view folder);
-    /// Deletes mails for good, those with these numbers in rising order, in one step: they and the deleted records leave the
-    /// list.
+    /// Deletes mails for good, those with these numbers in rising order, in one step: they and the deleted
+    /// records leave the list.
     [[nodiscard]] int RemoveMails(std::string_view folder, std::span<const int> recordNumbers);
     /// Takes what no record points to out of the text. `onMail` is called behind each mail, for the progress
     /// bar.
@@ -147,6 +150,7 @@ class Mailbox {
     std::string bankDirectory_;
     std::string lastWrittenFolder_;
     bool serverListMode_ = false;
+    std::function<void(const std::string&)> onPutAside_;
 };
 
 }  // namespace postkite::store

@@ -4,13 +4,13 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <optional>
 #include <unordered_map>
 #include <utility>
 
+#include "store/checksum.h"
 #include "store/compaction.h"
 #include "store/index_record.h"
 #include "store/older_layouts.h"
@@ -25,21 +25,6 @@ constexpr std::string_view kFileName = "MailBoxInfo.$$m";
 constexpr std::string_view kFirstLine = "move 1";
 constexpr std::string_view kLastLine = "end ";
 constexpr std::string_view kLineEnd = "\r\n";
-
-constexpr std::uint64_t kFirstSum = 0xcbf29ce484222325;
-
-/// Of whole words of eight bytes, the last of them filled up with zeros.
-std::uint64_t Sum(std::string_view bytes, std::uint64_t sum) {
-    constexpr std::uint64_t kFactor = 0x100000001b3;
-    for (std::size_t at = 0; at < bytes.size(); at += sizeof(std::uint64_t)) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, bytes.data() + at, std::min(sizeof(word), bytes.size() - at));
-        // High bits reach low ones through the rotation.
-        sum = (sum ^ word) * kFactor;
-        sum = (sum << 29U) | (sum >> 35U);
-    }
-    return sum;
-}
 
 std::string NameOf(std::string_view bankDirectory) {
     std::string name(bankDirectory);
@@ -87,7 +72,7 @@ bool Parse(Note& note) {
     const auto next = [&] {
         sum = nextSum;
         if (!TakeLine(rest, line)) return false;
-        nextSum = Sum(line, sum);
+        nextSum = SumOf(line, sum);
         return true;
     };
     std::size_t targets = 0;
@@ -243,8 +228,8 @@ class Settling {
         }
         if (rows.error() < 0 || !window || !found) return rows.error();
         if (window->error() < 0) return window->error();
-        // A killed program has left to the system what it had written: nothing leaves the source before that is on the
-        // disk.
+        // A killed program has left to the system what it had written: nothing leaves the source before
+        // that is on the disk.
         result = text->Sync();
         if (result == 0) result = rows.Sync();
         return result < 0 ? result : files.workspace->SyncNames(files.index);
@@ -299,9 +284,9 @@ bool IsConcerned(const FolderFiles& folder, const Note& note) {
 std::uint64_t SumOfRecord(std::string_view record) {
     constexpr IndexField kIdentity = {index_field::kLocalId.offset,
                                       index_field::kDate.offset - index_field::kLocalId.offset};
-    std::uint64_t sum = Sum(FieldOf(record, kIdentity), kFirstSum);
-    sum = Sum(FieldOf(record, index_field::kSubject), sum);
-    return Sum(FieldOf(record, index_field::kMessageId), sum);
+    std::uint64_t sum = SumOf(FieldOf(record, kIdentity), kFirstSum);
+    sum = SumOf(FieldOf(record, index_field::kSubject), sum);
+    return SumOf(FieldOf(record, index_field::kMessageId), sum);
 }
 
 PendingMove::PendingMove(std::string_view source, std::span<const std::string> targets) : sum_(kFirstSum) {
@@ -313,7 +298,7 @@ PendingMove::PendingMove(std::string_view source, std::span<const std::string> t
 }
 
 void PendingMove::AddLine(std::string_view line) {
-    sum_ = Sum(line, sum_);
+    sum_ = SumOf(line, sum_);
     text_ += line;
     text_ += kLineEnd;
 }
@@ -328,7 +313,7 @@ void PendingMove::Add(const PendingMail& mail) {
     AppendNumber(text_, mail.record, 16);
     text_ += ' ';
     text_ += mail.copyId;
-    sum_ = Sum(std::string_view(text_).substr(start), sum_);
+    sum_ = SumOf(std::string_view(text_).substr(start), sum_);
     text_ += kLineEnd;
 }
 

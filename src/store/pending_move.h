@@ -10,12 +10,14 @@
 #include "core/workspace.h"
 #include "store/folder_files.h"
 
-/// The note of a move that is under way, "MailBoxInfo.$$m" in the bank's directory. It is on the disk before the first copy
-/// is written, and goes when the mails have left their folder or the copies have been taken back.
+/// The note of a move that is under way, "MailBoxInfo.$$m" in the bank's directory. It is on the disk
+/// before the first copy is written, and goes when the mails have left their folder or the copies have been
+/// taken back.
 ///
-/// Who finds one under the lock settles it, mail by mail: one whose copy is whole in its target leaves the source; of any
-/// other the copy, if there is something of it, leaves the target. So each mail is in one of the two, and what others have
-/// put into either folder meanwhile is not touched. Settling again comes out the same.
+/// Who finds one under the lock settles it, mail by mail: one whose copy is whole in its target leaves the
+/// source; of any other the copy, if there is something of it, leaves the target. So each mail is in one of
+/// the two, and what others have put into either folder meanwhile is not touched. Settling again comes out
+/// the same.
 namespace postkite::store {
 
 /// A mail on its way.
@@ -40,8 +42,8 @@ class PendingMove {
     /// -EEXIST where another move has not been settled.
     [[nodiscard]] int Write(core::Workspace& workspace, std::string_view bankDirectory) const;
 
-    /// To be called when the mails are where they are to be. Where the disk refuses, the next one to find the note learns
-    /// that there is nothing to do.
+    /// To be called when the mails are where they are to be. Where the disk refuses, the next one to find
+    /// the note learns that there is nothing to do.
     static void Remove(core::Workspace& workspace, std::string_view bankDirectory);
 
   private:
@@ -52,10 +54,10 @@ class PendingMove {
     std::size_t mails_ = 0;
 };
 
-/// Settles the move that is noted in a bank's directory, if there is one and, where `concerned` is given, that folder is its
-/// source or a target. Nothing is done, and 0 returned, where another program has the lock: it is at work on the move, or
-/// settles it before it changes either folder. `source`, if given, gets the base name of the folder that the move goes out
-/// from, if there is one that cannot be settled.
+/// Settles the move that is noted in a bank's directory, if there is one and, where `concerned` is given,
+/// that folder is its source or a target. Nothing is done, and 0 returned, where another program has the
+/// lock: it is at work on the move, or settles it before it changes either folder. `source`, if given, gets
+/// the base name of the folder that the move goes out from, if there is one that cannot be settled.
 [[nodiscard]] int SettlePendingMove(core::Workspace& workspace, std::string_view bankDirectory,
                                     const FolderFiles* concerned, std::string* source = nullptr);
 

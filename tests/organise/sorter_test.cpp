@@ -151,7 +151,8 @@ TEST_F(SorterTest, TwoNamesOfTheSameFilesAreOneTarget) {
               (Names{"Inbox.loc", "Inbox.mtx", "MailBoxInfo.ini", "Work.loc", "Work.mtx"}));
 }
 
-/// Several targets, one of them the folder itself, each call of it struck, then tried again twice, struck again.
+/// Several targets, one of them the folder itself, each call of it struck, then tried again twice, struck
+/// again.
 TEST_F(SorterTest, EveryMailIsThereOnceWhateverHappensHoweverOften) {
     const Names subjects = {"w1", "f1", "i1", "w2", "a1"};
     Names mails;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "core/shift_jis.h"
 #include "tests/store/mailbox_program.h"
 
@@ -252,9 +254,13 @@ TEST_F(Leftovers, AnInterruptedCompactionIsFinishedOrThrownAway) {
         const Mails textless{"damaged", "damaged", "damaged", "damaged"};
         const Mails mails = one.isFinished ? newMails : hasText ? oldMails : textless;
         EXPECT_EQ(MailsWhileLocked(), mails);
+        program.ui.messages.clear();
         EXPECT_EQ(program.Mails(), mails);
         for (const std::string& name : disk.Names(kBankPath))
             EXPECT_EQ(name.find("$$"), std::string::npos) << name;
+        const bool isDoubtful = disk.Exists("/mail/Bank/INBOX.loc.new");
+        EXPECT_EQ(isDoubtful, !one.isFinished && !hasText) << "the only text there is is not thrown away";
+        EXPECT_EQ(program.ui.messages.size(), isDoubtful ? 2U : 0U);
         ASSERT_EQ(program.Add("next"), 0);
         EXPECT_EQ(program.Mails().size(), mails.size() + 1);
         EXPECT_EQ(program.Mails().back(), "next: text\r\n");
@@ -278,14 +284,73 @@ TEST_F(Leftovers, AJournalIsCopiedAsOftenAsNeedBe) {
         EXPECT_FALSE(disk.Exists("/mail/Bank/INBOX.$$i"));
         EXPECT_EQ(disk.Get("/mail/Bank/INBOX.LOC"), oldIndex.substr(0, 900) + oldIndex.substr(1800));
     }
-    // What nobody here has written does not keep the folder shut.
-    for (const std::string& header : {std::string(40, '9'), std::string("x"), std::string()}) {
+    // What nobody here has written does not keep the folder shut, and does not take mails away.
+    for (const std::string& header :
+         {std::string(40, '9'), std::string("x"), std::string(), std::string("9 cut"), std::string("0 cut"),
+          std::string("0 cut 2 4 123456"), std::string("1 cot")}) {
         Put({{"INBOX.LOC", oldIndex}, {"INBOX.MTX", oldText}, {"INBOX.$$i", journal(header)}});
         EXPECT_EQ(program.Mails(), oldMails) << header;
+        EXPECT_EQ(disk.Get("/mail/Bank/INBOX.jnl.new"), journal(header)) << header;
     }
     Put({{"Inbox.$$i", journal("0 keep")}});
     EXPECT_EQ(program.Add("two"), 0);
     EXPECT_EQ(program.Mails(), Mails{"two: text\r\n"}) << "nor does one without an index";
+}
+
+/// A journal as it is now, which has a sum of what is in it.
+TEST_F(Leftovers, AJournalThatIsNotAsItWasWrittenIsPutAside) {
+    std::string journal;
+    for (int call = 1; journal.empty(); ++call) {
+        Put({{"Inbox.loc", oldIndex}, {"Inbox.mtx", oldText}});
+        MailboxProgram killed(disk);
+        disk.StopAtCall(call);
+        ASSERT_EQ(killed.mailbox.RemoveMails("Inbox", std::array{0, 2}), -1);
+        disk.Restart();
+        journal = disk.Get("/mail/Bank/Inbox.$$i").value_or("");
+    }
+    ASSERT_EQ(journal.size(), 64 + 900U);
+    EXPECT_TRUE(journal.starts_with("0 cut 1 4 "));
+    EXPECT_EQ(MailboxProgram(disk).Mails(), Mails{"four: text\r\n"});
+    int kept = 0;
+    const auto expectPutAside = [&](const std::string& bytes, const std::string& index) {
+        disk.Put(kIndexPath, index);
+        disk.Put("/mail/Bank/Inbox.$$i", bytes);
+        MailboxProgram next(disk);
+        EXPECT_FALSE(next.Mails().empty());
+        EXPECT_TRUE(disk.Get(kIndexPath) == index);
+        const std::string name = "Inbox.jnl.new" + (++kept == 1 ? std::string() : std::to_string(kept));
+        EXPECT_TRUE(disk.Get("/mail/Bank/" + name) == bytes) << "none is written over";
+        ASSERT_EQ(next.ui.messages.size(), 1U);
+        EXPECT_NE(next.ui.messages[0].text.find(name), std::string::npos);
+        EXPECT_NE(disk.Get("/mail/error.log").value_or("").find(name), std::string::npos);
+    };
+    for (std::size_t at = 0; at < journal.size(); at += at < 64 ? 1 : 41) {
+        std::string garbled = journal;
+        garbled[at] ^= 4;
+        expectPutAside(garbled, oldIndex);
+    }
+    for (const std::size_t length : {std::size_t{0}, std::size_t{30}, std::size_t{64}, std::size_t{500}})
+        expectPutAside(journal.substr(0, length), oldIndex);
+    // An index that has come back from somewhere, with more mails in it.
+    expectPutAside(journal, oldIndex + oldIndex.substr(0, 900));
+}
+
+/// An index beside that nobody has a text for, or that has fewer mails than the one that is there.
+TEST_F(Leftovers, AnIndexAloneTakesNoMailsAway) {
+    for (const std::string& text : {oldText, newText}) {
+        const std::string& index = text == oldText ? oldIndex : newIndex;
+        const Mails& mails = text == oldText ? oldMails : newMails;
+        for (const std::string& beside : {std::string(), newIndex.substr(0, 900), newIndex.substr(0, 1000),
+                                          oldIndex.substr(0, 1800), std::string(2700, '\0')}) {
+            SCOPED_TRACE(beside.size());
+            Put({{"Inbox.loc", index}, {"Inbox.mtx", text}, {"Inbox.$$l", beside}});
+            program.ui.messages.clear();
+            EXPECT_EQ(program.Mails(), mails);
+            EXPECT_EQ(disk.Get(kIndexPath), index);
+            EXPECT_EQ(disk.Get("/mail/Bank/Inbox.loc.new"), beside);
+            EXPECT_EQ(program.ui.messages.size(), 1U);
+        }
+    }
 }
 
 }  // namespace

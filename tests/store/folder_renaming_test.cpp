@@ -104,17 +104,18 @@ TEST_F(Renaming, RefusesNamesThatAreTakenOrNone) {
 }
 
 TEST_F(Renaming, FinishesCompactionsBeforehand) {
-    const std::string record(kIndexRecordBytes, 'n');
+    const std::string record = FormatIndexRecord(0, MailRecord());
+    const std::string another = FormatIndexRecord(1, MailRecord());
     Put({{"Work.loc", "old"},
          {"Work.mtx", "new"},
          {"Work.$$l", record},
-         {"Job.$$l", "another's"},
+         {"Job.$$l", another},
          {"Job.mtx", "gone"}});
     ASSERT_EQ(Rename("Work", "Free"), 0);
     EXPECT_EQ(disk.Get("/mail/Bank/Free.loc"), record);
     EXPECT_EQ(disk.Get("/mail/Bank/Free.mtx"), "new");
     EXPECT_EQ(Rename("Free", "Job"), -1) << "the interrupted change has made a folder of that name";
-    EXPECT_EQ(disk.Get("/mail/Bank/Job.loc"), "another's");
+    EXPECT_EQ(disk.Get("/mail/Bank/Job.loc"), another);
 }
 
 /// Whatever happens at whichever call: all files have the old names or all have the new ones, and nothing
