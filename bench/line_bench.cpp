@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -155,5 +156,39 @@ void BM_ChunkBehindCaptured(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 BENCHMARK(BM_ChunkBehindCaptured)->Arg(1'000'000)->Arg(100'000'000)->Iterations(5'000);
+
+/// A mail captured up to the host's question, by the clock on the wall. With 1, all of it and the account of deletions are
+/// brought to the disk before the answer. The counters are what that makes of the time that the mail takes on the line.
+void BM_MailBeforeItsDeletion(benchmark::State& state) {
+    constexpr std::size_t kMailBytes = 2'000;
+    constexpr double kBitsOfByte = 10;
+    Laboratory laboratory;
+    comm::CaptureLogs& captures = laboratory.line().captures();
+    captures.BeginSession();
+    if (captures.BeginMail() != 0) state.SkipWithError("no capture file");
+    captures.switches.captureMail = true;
+    const std::string text = HostText(kMailBytes);
+    const bool withSync = state.range(0) != 0;
+    const auto begin = std::chrono::steady_clock::now();
+    for (auto _ : state) {
+        captures.Take(text, text.size());
+        captures.WritePending();
+        if (!withSync) continue;
+        captures.NoteDeletion(comm::Deletion::BehindMail);
+        if (!captures.MailIsOnDisk()) state.SkipWithError("not on the disk");
+    }
+    const std::chrono::duration<double> all = std::chrono::steady_clock::now() - begin;
+    const double ofMail = all.count() / static_cast<double>(state.iterations());
+    for (const int bitsPerSecond : {300, 2'400, 57'600}) {
+        state.counters["of_line_time_" + std::to_string(bitsPerSecond)] =
+            ofMail * bitsPerSecond / (kBitsOfByte * kMailBytes);
+    }
+}
+BENCHMARK(BM_MailBeforeItsDeletion)
+    ->Arg(0)
+    ->Arg(1)
+    ->UseRealTime()
+    ->Iterations(200)
+    ->Unit(benchmark::kMicrosecond);
 
 }  // namespace

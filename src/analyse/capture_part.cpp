@@ -24,13 +24,6 @@ constexpr std::string_view kNoIdentifier = "-";
 /// What an identifier begins with: date and time to the second.
 constexpr std::size_t kStampBytes = 12;
 
-std::string Hexadecimal(std::uint64_t value) {
-    std::string text(16, '0');
-    for (std::size_t at = text.size(); at-- > 0; value >>= 4)
-        text[at] = "0123456789ABCDEF"[value & 15];
-    return text;
-}
-
 /// The size of a capture and a hash of its beginning and its end: both hold dates, and no two captures have the same.
 int MakeFingerprint(core::File& capture, std::uint64_t& bytes, std::string& fingerprint) {
     constexpr std::size_t kPieceBytes = 4096;
@@ -45,7 +38,7 @@ int MakeFingerprint(core::File& capture, std::uint64_t& bytes, std::string& fing
         if (count < 0) return static_cast<int>(count);
         hash = HashOf({piece.data(), static_cast<std::size_t>(count)}, hash);
     }
-    fingerprint = std::to_string(bytes) + " " + Hexadecimal(hash);
+    fingerprint = std::to_string(bytes) + " " + HexadecimalOf(hash);
     return 0;
 }
 

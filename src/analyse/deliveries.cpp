@@ -223,6 +223,12 @@ void Deliveries::Close(Target& target) {
     CountGathered(target);
 }
 
+int Deliveries::Release(std::string_view folder) {
+    CommitAll();
+    Close(TargetOf(folder));
+    return complete_ ? 0 : -1;
+}
+
 int Deliveries::Finish() {
     CommitAll();
     for (const auto& [name, target] : targets_)

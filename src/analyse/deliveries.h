@@ -40,6 +40,9 @@ class Deliveries {
     /// "error.log". 0, or -1 where the folder has failed, before or now.
     [[nodiscard]] int Deliver(std::string_view folder, store::MailRecord& record);
 
+    /// Commits what was delivered and closes that folder, for somebody else to write to it. -1 as `Finish`.
+    [[nodiscard]] int Release(std::string_view folder);
+
     /// Commits what was delivered and closes the folders. -1 where one failed, now or before.
     [[nodiscard]] int Finish();
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace postkite::analyse {
@@ -13,6 +14,14 @@ inline constexpr std::uint64_t kHashOfNothing = 0xCBF29CE484222325;
     for (const char byte : bytes)
         before = (before ^ static_cast<unsigned char>(byte)) * kPrime;
     return before;
+}
+
+/// 16 upper-case digits.
+[[nodiscard]] inline std::string HexadecimalOf(std::uint64_t value) {
+    std::string text(16, '0');
+    for (std::size_t at = text.size(); at-- > 0; value >>= 4)
+        text[at] = "0123456789ABCDEF"[value & 15];
+    return text;
 }
 
 }  // namespace postkite::analyse

@@ -39,6 +39,7 @@ Sessions::Sessions(comm::SerialPort& port, core::Workspace& workspace, const cor
 int Sessions::Begin(Start start, const std::string& device, const comm::ScriptLines* script) {
     if (running() || TakeLock(lock_) < 0) return -1;
     yield_ = {};
+    disconnected_ = false;
     notesError_ = TakeOver();
     for (const outgoing::SendingNotes::Note& note : records_.TakeUnsure())
         TellUnsure(note);
@@ -48,6 +49,11 @@ int Sessions::Begin(Start start, const std::string& device, const comm::ScriptLi
     records_.Tidy();
     lock_.reset();
     return -1;
+}
+
+void Sessions::Disconnect() {
+    disconnected_ = running();
+    session_.Disconnect();
 }
 
 /// Whatever an earlier session could not mark is marked now.
@@ -179,6 +185,7 @@ void Sessions::AnalyseCaptures() {
     analyse::MailLogResult mails;
     const int received = analyse::AnalyseMailLog(analysis, comm::kMailLogFile, mails);
     yield_.mails = received < 0 || mails.complete ? std::max(received, 0) : mails.stored;
+    yield_.whole = yield_.whole && mails.unread == 0 && (!mails.open || disconnected_);
     analyse::ForumLogResult messages;
     yield_.messages = analyse::AnalyseForumLog(analysis, comm::kForumLogFile, messages);
     yield_.stored = CapturesAreGone();
@@ -191,6 +198,7 @@ int Sessions::AnalyseLeftOvers() {
     const analyse::Analysis analysis = MakeAnalysis(false);
     analyse::MailLogResult mails;
     const int received = analyse::AnalyseMailLog(analysis, comm::kMailLogFile, mails);
+    yield_.whole = mails.unread == 0;
     analyse::ForumLogResult messages;
     const int stored = analyse::AnalyseForumLog(analysis, comm::kForumLogFile, messages);
     if (received > 0 || stored > 0) {

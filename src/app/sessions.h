@@ -51,7 +51,7 @@ class Sessions {
     /// does nothing.
     [[nodiscard]] int Tick();
     /// As the session's own.
-    void Disconnect() { session_.Disconnect(); }
+    void Disconnect();
     /// As the session's own; then the captures are analysed.
     void HangUp();
 
@@ -90,6 +90,12 @@ class Sessions {
         /// False: a mail that the host has taken could not be marked as sent, or one was not sent for want of its
         /// file. It was named.
         bool settled = true;
+        /// False: mails could not be read, the capture is kept; or the line has torn one that will come again. With those of
+        /// captures that an earlier session has left.
+        bool whole = true;
+
+        /// Whether all of it was done. What was not has been told.
+        [[nodiscard]] bool allDone() const { return stored && settled && whole; }
     };
     [[nodiscard]] const Yield& yield() const { return yield_; }
 
@@ -124,6 +130,7 @@ class Sessions {
     bool ending_ = false;
     int notesError_ = 0;  ///< why nobody knows what has been sent, a negated errno value
     Yield yield_;
+    bool disconnected_ = false;  ///< by the user, who knows then that a mail may be torn
     std::uint64_t uploadBytes_ = 0;
 };
 

@@ -11,6 +11,13 @@ namespace postkite::comm {
 
 using namespace core::literals;
 
+namespace {
+
+constexpr std::string_view kDeletionsFirstLine = "Postkite deletions 1\r\n";
+constexpr std::string_view kLostCarrier = "\r\nNO CARRIER\r\n";
+
+}  // namespace
+
 CaptureLogs::CaptureLogs(core::Workspace& workspace, const core::Settings& settings, core::UserInterface& ui,
                          const core::Clock& clock)
     : workspace_(&workspace),
@@ -22,13 +29,17 @@ CaptureLogs::CaptureLogs(core::Workspace& workspace, const core::Settings& setti
                 {kSupplementLogFile, &CaptureSwitches::captureSupplement},
                 {kForumLogFile, &CaptureSwitches::captureForum},
                 {kLibraryLogFile, &CaptureSwitches::captureLibrary},
-                {kBinListFile, &CaptureSwitches::captureBinList}}} {
+                {kBinListFile, &CaptureSwitches::captureBinList},
+                {kMailDeletionsFile, &CaptureSwitches::captureMail}}} {
     pending_.reserve(2 * kMostPendingBytes + 1);
 }
 
 void CaptureLogs::BeginSession() {
     captureTrouble_ = {};
     sessionLogTrouble_ = {};
+    mailBegun_ = false;
+    for (Target& target : targets_)
+        target.syncFailed = target.nameIsSynced = false;
 }
 
 void CaptureLogs::Take(std::string_view cleaned, std::size_t receivedBytes) {
@@ -67,11 +78,66 @@ int CaptureLogs::Retry() {
     hasTrouble_ = false;
     for (Target& target : targets_) {
         if (target.isOn == nullptr) continue;
-        const int written = WriteWaiting(target);
-        if (written < 0) result = written;
-        if (written < 0) hasTrouble_ = true;
+        int tried = WriteWaiting(target);
+        if (tried == 0 && target.syncFailed) tried = SyncTarget(target);
+        if (tried < 0) result = tried;
+        if (tried < 0) hasTrouble_ = true;
     }
     return result;
+}
+
+int CaptureLogs::BeginMail() {
+    mailBegun_ = false;
+    // The account first: a capture without one is one that nobody can vouch for.
+    int result = Empty(kMailDeletionsFile);
+    if (result == 0) result = Empty(kMailLogFile);
+    if (result < 0) return result;
+    Append(targets_[Deletions], kDeletionsFirstLine);
+    mailBegun_ = true;
+    deletedBytes_ = 0;
+    TellTrouble();
+    return 0;
+}
+
+void CaptureLogs::NoteDeletion(Deletion deletion) {
+    if (!mailBegun_) return;
+    deletedBytes_ = targets_[Mail].bytes + targets_[Mail].waiting.size();
+    const std::uint64_t place = deletion == Deletion::ByNumber ? 0 : deletedBytes_;
+    Append(targets_[Deletions], std::to_string(place) + "\r\n");
+    TellTrouble();
+}
+
+bool CaptureLogs::MailIsOnDisk() {
+    if (hasTrouble_) return false;
+    for (const TargetIndex index : {Mail, Deletions}) {
+        Target& target = targets_[index];
+        if (!target.unsynced || SyncTarget(target) == 0) continue;
+        target.syncFailed = true;
+        break;
+    }
+    TellTrouble();
+    return !hasTrouble_;
+}
+
+void CaptureLogs::EndCaptures() {
+    if (switches.captureMail) CutModemAnswer();
+    switches = {.sessionLogging = switches.sessionLogging};
+}
+
+/// The host said nothing behind it, so it is the modem's. Nothing depends on it: what is not told apart stays, and what a
+/// host has really said there it says again, since it has not been let to delete that mail.
+void CaptureLogs::CutModemAnswer() {
+    const Target& mail = targets_[Mail];
+    if (!mailBegun_ || !mail.waiting.empty() || mail.bytes < deletedBytes_ + kLostCarrier.size()) return;
+    std::unique_ptr<core::File> file;
+    if (workspace_->Open(mail.file, core::OpenMode::ReadWrite, file) < 0) return;
+    const std::uint64_t end = mail.bytes - kLostCarrier.size();
+    std::string tail(kLostCarrier.size(), '\0');
+    if (file->Size() != static_cast<std::int64_t>(mail.bytes) ||
+        file->ReadAt(end, tail) != static_cast<std::int64_t>(tail.size()) || tail != kLostCarrier)
+        return;
+    if (file->Truncate(end) == 0) targets_[Mail].bytes = end;
+    targets_[Mail].unsynced = true;
 }
 
 void CaptureLogs::AppendLibraryLog(std::string_view text) {
@@ -89,6 +155,8 @@ int CaptureLogs::Empty(std::string_view file) {
     target->waiting.clear();
     target->tornAt.reset();
     target->unsynced = true;
+    target->syncFailed = target->nameIsSynced = false;
+    target->bytes = target->syncedBytes = 0;
     static_cast<void>(Retry());
     return 0;
 }
@@ -100,7 +168,8 @@ int CaptureLogs::Delete(std::string_view file) {
     if (target == nullptr) return 0;
     target->waiting.clear();
     target->tornAt.reset();
-    target->unsynced = false;
+    target->unsynced = target->syncFailed = target->nameIsSynced = false;
+    target->bytes = target->syncedBytes = 0;
     static_cast<void>(Retry());
     return 0;
 }
@@ -173,6 +242,7 @@ int CaptureLogs::AppendToFile(Target& target, std::string_view bytes) {
     const int written = file->WriteAt(end, bytes);
     target.tornAt.reset();
     if (written < 0 && file->Truncate(end) < 0) target.tornAt = end;
+    target.bytes = written < 0 ? end : end + bytes.size();
     return written;
 }
 
@@ -203,11 +273,31 @@ int CaptureLogs::SyncTarget(Target& target) {
     const std::string name = NameOf(target);
     std::unique_ptr<core::File> file;
     int result = workspace_->Open(name, core::OpenMode::ReadWrite, file);
+    if (result == 0 && target.syncFailed) result = WriteUnsyncedAnew(*file, target);
     if (result == 0) result = file->Sync();
-    if (result == 0) result = workspace_->SyncNames(name);
-    if (result == 0) target.unsynced = false;
-    if (result < 0) NoteTrouble(target, result);
-    return result;
+    if (result == 0 && !target.nameIsSynced) result = workspace_->SyncNames(name);
+    if (result < 0) {
+        NoteTrouble(target, result);
+        return result;
+    }
+    target.unsynced = target.syncFailed = false;
+    target.syncedBytes = target.bytes;
+    // The session log's name goes with the date.
+    target.nameIsSynced = target.isOn != nullptr;
+    return 0;
+}
+
+/// A system that could not bring bytes to the disk takes them for written from then on, so they are written once more.
+int CaptureLogs::WriteUnsyncedAnew(core::File& file, const Target& target) {
+    constexpr std::size_t kPieceBytes = 4096;
+    std::array<char, kPieceBytes> piece{};
+    for (std::uint64_t offset = target.syncedBytes;;) {
+        const std::int64_t count = file.ReadAt(offset, piece);
+        if (count <= 0) return static_cast<int>(count);
+        const std::string_view bytes(piece.data(), static_cast<std::size_t>(count));
+        if (const int written = file.WriteAt(offset, bytes); written < 0) return written;
+        offset += bytes.size();
+    }
 }
 
 void CaptureLogs::NoteTrouble(const Target& target, int error) {

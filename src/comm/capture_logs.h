@@ -26,10 +26,16 @@ struct CaptureSwitches {
 };
 
 inline constexpr std::string_view kMailLogFile = "maillog.txt";
+/// Beside it: where the script has let the host delete a mail. The layout is in docs/formats/captures.md.
+inline constexpr std::string_view kMailDeletionsFile = "maillog.txt.deleted";
 inline constexpr std::string_view kSupplementLogFile = "HosokuLog.txt";
 inline constexpr std::string_view kForumLogFile = "MesLog.txt";
 inline constexpr std::string_view kLibraryLogFile = "LibLog.txt";
 inline constexpr std::string_view kBinListFile = "BinList.txt";
+
+/// How the host is let to delete a mail: as the answer to what it asks behind the mail that was captured last, or
+/// by the mail's number in a listing.
+enum class Deletion { BehindMail, ByNumber };
 
 /// The received text on its way to the session log and the capture files: gathered until more than 1,024
 /// bytes wait, then appended to each file whose switch is on. Files are opened, appended to and closed for
@@ -69,10 +75,25 @@ class CaptureLogs {
     /// purpose, and to the capture files whose switches are on.
     void FlushCapture();
 
-    /// Whether a capture file has bytes waiting that it did not take.
+    /// Begins "maillog.txt" anew, and the account of deletions beside it. Returns 0 or a negated errno value.
+    [[nodiscard]] int BeginMail();
+
+    /// The host is about to be told to delete a mail: puts it into the account. Nothing where no mail has been captured in
+    /// this session.
+    void NoteDeletion(Deletion deletion);
+
+    /// Whether all that "maillog.txt" and the account got is on the disk itself; syncs them first. Where that fails it
+    /// is trouble, and tried again by `Retry`.
+    [[nodiscard]] bool MailIsOnDisk();
+
+    /// Ends all captures; the session log goes on. What a modem says to a lost carrier is taken off the end of
+    /// "maillog.txt". Flush first.
+    void EndCaptures();
+
+    /// Whether a capture file has bytes waiting that it did not take, or is not on the disk and has to be.
     [[nodiscard]] bool HasTrouble() const { return hasTrouble_; }
 
-    /// Tries to write them. Returns 0 when no capture file has any left, else a negated errno value.
+    /// Tries to write and to sync them. Returns 0 when no capture file has any left, else a negated errno value.
     [[nodiscard]] int Retry();
 
     /// Appends to "LibLog.txt" when that capture is on. The pending text is not written: flush first.
@@ -102,8 +123,12 @@ class CaptureLogs {
         std::optional<std::uint64_t>
             tornAt{};  ///< where a part of them may stand that could not be taken back
         bool unsynced = false;
+        bool syncFailed = false;        ///< and has to work before anything else goes on
+        bool nameIsSynced = false;      ///< in this session
+        std::uint64_t bytes = 0;        ///< after the last write
+        std::uint64_t syncedBytes = 0;  ///< of the file's beginning, as far as is known
     };
-    enum TargetIndex : std::size_t { SessionLog, Mail, Supplement, Forum, Library, BinList };
+    enum TargetIndex : std::size_t { SessionLog, Mail, Supplement, Forum, Library, BinList, Deletions };
     struct Trouble {
         std::string file;
         int error = 0;  ///< a negated errno value; 0 when there is none
@@ -118,6 +143,8 @@ class CaptureLogs {
     void Append(Target& target, std::string_view bytes);
     [[nodiscard]] int WriteWaiting(Target& target);
     [[nodiscard]] int SyncTarget(Target& target);
+    [[nodiscard]] static int WriteUnsyncedAnew(core::File& file, const Target& target);
+    void CutModemAnswer();
     void NoteTrouble(const Target& target, int error);
     void TellTrouble();
 
@@ -126,8 +153,10 @@ class CaptureLogs {
     core::UserInterface* ui_;
     const core::Clock* clock_;
     std::string pending_;
-    std::array<Target, 6> targets_;
+    std::array<Target, 7> targets_;
     bool hasTrouble_ = false;
+    bool mailBegun_ = false;          ///< in this session
+    std::uint64_t deletedBytes_ = 0;  ///< of "maillog.txt" before the last deletion
     Trouble captureTrouble_;
     Trouble sessionLogTrouble_;
 };

@@ -66,7 +66,7 @@ constexpr auto kNoticesReadPrompts = std::to_array<std::string_view>({"(H,Q,J)="
 /// Whatever is read afterwards is deleted on the host, so nothing is read that cannot be captured.
 int Interpreter::MailLogOn(const ScriptFields&) {
     CaptureLogs& captures = line_->captures();
-    if (const int error = captures.Empty(kMailLogFile); error < 0) {
+    if (const int error = captures.BeginMail(); error < 0) {
         core::LogError(*workspace_, std::string(kMailLogFile) + ": " +
                                         core::DescribeError(error, core::Language::English));
         std::string text(core::Choose(*ui_, "受信ファイル maillog.txt を作成出来ません。"_sjis,
@@ -206,18 +206,23 @@ int Interpreter::CheckSendEnd(const ScriptFields&) {
     return kSessionGoesOn;
 }
 
-/// The host forgets a mail with the command that follows, so what has been received of it goes into the capture
-/// file first. False where the disk does not take it.
-bool Interpreter::MailIsInFile() {
+/// The host forgets a mail with the command that follows, so what has been received of it, and that it is forgotten, is on
+/// the disk first. False where the disk does not take it.
+bool Interpreter::MayDelete(Deletion deletion) {
     CaptureLogs& captures = line_->captures();
     captures.WritePending();
-    return !captures.HasTrouble();
+    if (captures.HasTrouble()) return false;
+    if (!state_.deletionNoted) captures.NoteDeletion(deletion);
+    state_.deletionNoted = true;
+    if (!captures.MailIsOnDisk()) return false;
+    state_.deletionNoted = false;
+    return true;
 }
 
 int Interpreter::WaitAction(const ScriptFields&) {
     if (Arrived("action:")) state_.answerOwed = true;
     if (state_.answerOwed) {
-        if (!MailIsInFile()) return kSessionGoesOn;
+        if (!MayDelete(Deletion::BehindMail)) return kSessionGoesOn;
         state_.answerOwed = false;
         Send("DELETE\r");
         SetTimeOut(kSecondsForHost);
@@ -233,7 +238,7 @@ int Interpreter::WaitSp1(const ScriptFields&) {
         Advance();
         SetTimeOut(kSecondsAfterPrompt);
     } else if (state_.answerOwed || AnyArrived(kAfterReadingPrompts)) {
-        state_.answerOwed = !MailIsInFile();
+        state_.answerOwed = !MayDelete(Deletion::BehindMail);
         if (state_.answerOwed) return kSessionGoesOn;
         Send("1\r");
         SetTimeOut(kSecondsAfterPrompt);
@@ -245,7 +250,8 @@ int Interpreter::WaitSp1(const ScriptFields&) {
 }
 
 int Interpreter::DeleteMail(const ScriptFields& fields) {
-    if (!MailIsInFile()) return kSessionGoesOn;
+    const bool deletes = state_.deleteIndex < state_.listedMails.size();
+    if (deletes && !MayDelete(Deletion::ByNumber)) return kSessionGoesOn;
     return SendListedNumber(fields, state_.deleteIndex, "D");
 }
 

@@ -184,7 +184,7 @@ bool Interpreter::Disconnect() {
     if (logOffLine_ == 0) return false;
     CloseUpload();
     GoToLogOff();
-    state_.answerOwed = false;
+    state_.answerOwed = state_.deletionNoted = false;
     state_.pauseTicks = 1;
     SetTimeOut(kSecondsToLogOff);
     return true;

@@ -115,6 +115,7 @@ class Interpreter {
         std::string listingLine;       ///< what has arrived of a line of the listing
         bool loggedOff = false;        ///< `LOGOFF` has run in this call
         bool answerOwed = false;       ///< an after-reading prompt has been seen and not answered
+        bool deletionNoted = false;    ///< the deletion that comes next is in the account
         std::string header;
         std::string lineBuffer;
         std::string identifier;
@@ -161,9 +162,9 @@ class Interpreter {
     [[nodiscard]] bool AnyArrived(std::span<const std::string_view> texts);
     [[nodiscard]] int AdvanceAt(std::span<const std::string_view> prompts, std::int32_t seconds);
     [[nodiscard]] bool AnswerAt(std::string_view prompt, std::string_view answer, std::int32_t seconds);
+    [[nodiscard]] bool MayDelete(Deletion deletion);
     /// To a line number, or to a label. The empty text is line 0 for the first and the empty label for the
     /// second.
-    [[nodiscard]] bool MailIsInFile();
     void JumpTo(std::string_view target);
     void JumpToLabel(std::string_view target);
     void GoToLogOff();

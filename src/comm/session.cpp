@@ -139,7 +139,7 @@ void Session::BeginClosing(int result, bool hangUp) {
     result_ = result;
     hangUp_ = hangUp;
     closingTicks_ = 0;
-    SaveCaptures();
+    EndCaptures();
 }
 
 int Session::GoOnClosing() {
@@ -165,8 +165,15 @@ void Session::SaveCaptures() {
     }
 }
 
-int Session::Finish() {
+/// What is said to hang up, and what the modem says to that, is nothing of the host's.
+void Session::EndCaptures() {
+    line_.captures().FlushCapture();
+    line_.captures().EndCaptures();
     SaveCaptures();
+}
+
+int Session::Finish() {
+    EndCaptures();
     line_.CloseLine();
     phase_ = Phase::Idle;
     return result_;
@@ -249,6 +256,7 @@ void Session::Disconnect() {
     disconnectAsked_ = false;
     if (phase_ != Phase::Script || loggingOff_) return;
     loggingOff_ = true;
+    EndCaptures();
     if (interpreter_.Disconnect()) return;
     const bool callMayBeUp = interpreter_.callMayBeUp();
     interpreter_.End();
@@ -263,7 +271,7 @@ void Session::HangUp() {
     hangUpAsked_ = false;
     if (phase_ == Phase::Idle) return;
     interpreter_.End();
-    SaveCaptures();
+    EndCaptures();
     line_.CloseLine();
     phase_ = Phase::Idle;
     ReportUnconfirmed();

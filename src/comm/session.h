@@ -20,15 +20,15 @@ namespace postkite::comm {
 /// must not change while a session runs.
 ///
 /// A session that ends has one more stretch of ticks before it reports its result, the closing:
-/// - The captures are flushed and synced first, whatever the result.
+/// - The captures are flushed, ended and synced first, whatever the result: what comes now is about the hanging up.
 /// - A script that has not come to its END (a time-out, a jump to nowhere) has not hung up. Where a call may
 ///   be up, that is where anything has been sent since the modem was set up, the modem is told to: 1.2
 ///   seconds of silence, "+++", 1.2 seconds of silence, "ATH\r". A script that gave up (-17 and -100 after
 ///   the modem's answer) has hung up itself.
 /// - What the device has not taken yet gets at most 2 more seconds.
 ///
-/// The line is polled and captured all the while. The closing takes at most `kMostClosingTicks` ticks; then the
-/// captures are flushed and synced once more, the line is closed and the result is reported, with a message to
+/// The line is polled all the while, for monitor and session log. The closing takes at most `kMostClosingTicks` ticks;
+/// then what was left is flushed and synced once more, the line is closed and the result is reported, with a message to
 /// the user where it is negative and the session is not unattended (`AUTOMODE`), and a line in "error.log".
 ///
 /// Message boxes come when everything else of a tick is done, so that a timer that goes on behind an open box
@@ -62,7 +62,7 @@ class Session {
 
     /// The user's disconnect: goes on with the script's log-off at line 200, at line 65 in the built-in
     /// script D. A script that has none is left, and the closing hangs up; the result is `kSessionEnded` in
-    /// both cases. A file being sent is closed, and the log-off has 60 seconds. Does nothing where no session
+    /// both cases. The captures end here, a file being sent is closed, and the log-off has 60 seconds. Does nothing where no session
     /// runs, during the log-off and during the closing.
     void Disconnect();
 
@@ -96,6 +96,7 @@ class Session {
     [[nodiscard]] int RunScript();
     void BeginClosing(int result, bool hangUp);
     [[nodiscard]] int GoOnClosing();
+    void EndCaptures();
     void SaveCaptures();
     [[nodiscard]] int Finish();
     [[nodiscard]] std::string TextFor(int result) const;

@@ -64,7 +64,7 @@ class SessionCommandLine : public testing::Test {
     support::ScriptedPort port_;
     FakeTimer timer_;
     const std::string listing_ = support::MailHeaderLine() + "subject\r\ntext\x1B[2J\r\naction:DELETE\r\n" +
-                                 support::MailHeaderLine() + "subject\r\nMAIL>";
+                                 support::MailHeaderLine() + "subject\r\nend\r\naction:DELETE\r\nMAIL>";
 };
 
 TEST_F(SessionCommandLine, ReceivesAndSaysWhatCame) {
@@ -90,7 +90,7 @@ TEST_F(SessionCommandLine, ReceivesAndSaysWhatCame) {
     EXPECT_EQ(nlohmann::json::parse(again.out),
               nlohmann::json::parse(R"({"result":1,"mails":2,"messages":0,"sent":0})"));
     EXPECT_NE(again.err.find("\nsubject\ntext\uFFFD[2J\naction:DELETE\n"), std::string::npos) << again.err;
-    EXPECT_TRUE(Run({"mail", "show", "Inbox", "3", "--raw"}).out.ends_with("MAIL>\r\n"));
+    EXPECT_TRUE(Run({"mail", "show", "Inbox", "3", "--raw"}).out.ends_with("subject\r\nend\r\n"));
 
     // What cannot be stored stays, and the exit status says so.
     ASSERT_EQ(disk_.Remove("/mail/MailBox1/Inbox.loc"), 0);

@@ -343,21 +343,105 @@ TEST(SessionTest, AHostThatNeverEndsALineIsCapturedWholeAndBoundTheMemory) {
     EXPECT_EQ(stage.disk.Get("/w/maillog.txt"), all + "MAIL>");
 }
 
-TEST(SessionTest, NoMailIsDeletedOnTheHostThatIsNotInItsCapture) {
-    Stage stage(Usual());
-    const comm::ScriptLines script = ScriptOf({{1, "MAIL_LOG_ON,,"}, {2, "WAIT_ACTION,,"}, {3, "END"}});
-    ASSERT_EQ(stage.session.Begin(Session::Start::ReceiveOnly, "/dev/x", {}, &script), 0);
-    stage.Ticks(1);
-    stage.port.toClient = "a mail\r\naction:";
-    stage.disk.ShortWrite(1, 0);
-    stage.Ticks(1);
-    EXPECT_EQ(stage.port.fromClient, "");
-    // The disk has room again.
+/// A session that captures mail and waits with that command, and hears what the host prints up to its question.
+struct Reading : Stage {
+    Reading(std::string_view command, std::string_view heard) : Stage(Usual()) {
+        script = ScriptOf({{1, "WAIT_NEXT_LIST,,"},
+                           {2, "MAIL_LOG_ON,,"},
+                           {3, std::string(command)},
+                           {4, "END"},
+                           {200, "SEND,OFF\r,"},
+                           {201, "WAIT,bye,"},
+                           {202, "END"}});
+        port.toClient =
+            "   7 YAMADA TARO       ABC01234         97/01/23 12:34\r\n(M,S,F,H,Q,RBn,SCn,Dn,RT,PFn,J,DLn)=";
+        EXPECT_EQ(session.Begin(Session::Start::ReceiveOnly, "/dev/x", {}, &script), 0);
+        Ticks(2);
+        port.toClient = heard;
+    }
+    comm::ScriptLines script;
+};
+
+/// Whatever call fails at first, and be it the power: what the host is let to delete is on the disk by then, and so is that it was.
+TEST(SessionTest, NoMailIsDeletedOnTheHostThatIsNotOnTheDisk) {
+    const struct {
+        const char* command;
+        std::string heard;
+        std::string answer;
+        std::string place;
+    } kWays[] = {
+        {"WAIT_ACTION,,", "a mail\r\naction:", "DELETE\r", "15"},
+        {"WAIT_SP1,,",
+         "a mail\r\n" +
+             std::string(
+                 "受信後 (1:削除  2:保存  3:返信  4:返信＋削除  5:転送  6:転送＋削除  E:終了)\r\n："_sjis),
+         "1\r", "87"},
+        {"DELETE_MAIL,4,", "a mail\r\n", "D7\r\n", "0"},
+    };
+    for (const auto& [command, heard, answer, place] : kWays) {
+        bool struck = true;
+        int calls = 0;
+        for (int call = 1; struck; ++call) {
+            SCOPED_TRACE(std::string(command) + " call " + std::to_string(call));
+            Reading stage(command, heard);
+            stage.disk.FailCall(call, call % 2 == 0 ? -EIO : -ENOSPC);
+            stage.Ticks(1);
+            struck = stage.disk.struck();
+            EXPECT_TRUE(!stage.port.fromClient.empty() || !stage.ui.messages.empty())
+                << "the user knows why it waits";
+            if (stage.port.fromClient.empty()) stage.Ticks(1);
+            EXPECT_EQ(stage.port.fromClient, answer);
+            stage.session.HangUp();
+            stage.disk.PowerCut();
+            EXPECT_EQ(stage.disk.Get("/w/maillog.txt"), heard);
+            EXPECT_EQ(stage.disk.Get("/w/maillog.txt.deleted"), "Postkite deletions 1\r\n" + place + "\r\n");
+            calls = call;
+        }
+        EXPECT_GT(calls, 8);
+    }
+    // The power is gone with the answer.
+    Reading stage("WAIT_ACTION,,", "a mail\r\naction:");
     stage.Ticks(1);
     EXPECT_EQ(stage.port.fromClient, "DELETE\r");
-    EXPECT_EQ(stage.disk.Get("/w/maillog.txt"), "a mail\r\naction:");
+    const int before = stage.disk.calls();
+    stage.port.toClient = "DELETE\r\nanother\r\naction:";
+    stage.Ticks(1);
+    EXPECT_LT(stage.disk.calls() - before, 30) << "one sync a mail, and none of the directory";
+    stage.disk.PowerCut();
+    EXPECT_EQ(stage.disk.Get("/w/maillog.txt"), "a mail\r\naction:DELETE\r\nanother\r\naction:");
+    EXPECT_EQ(stage.disk.Get("/w/maillog.txt.deleted"), "Postkite deletions 1\r\n15\r\n39\r\n");
+    stage.session.HangUp();
+}
 
-    // A capture file that cannot be made at all: nothing is read.
+/// What the program says to hang up, and what the modem says, is in no capture.
+TEST(SessionTest, TheCaptureEndsWhereTheClosingBegins) {
+    const std::string text = "half a mail\r\nNO CARRIER\r\nhalf a li";
+    for (const std::string_view lost : {"", "\r\nNO CARRIER\r\n"}) {
+        Reading timedOut("WAIT_ACTION,,", text + std::string(lost));
+        int result = comm::kSessionGoesOn;
+        while (result == comm::kSessionGoesOn) {
+            result = timedOut.Tick();
+            if (timedOut.port.fromClient.ends_with("+++"))
+                timedOut.port.toClient = "+++\r\nOK\r\nATH\r\nOK\r\n";
+        }
+        EXPECT_LT(result, 0);
+        EXPECT_EQ(timedOut.disk.Get("/w/maillog.txt"), text);
+
+        Reading left("WAIT_ACTION,,", text + std::string(lost));
+        left.Ticks(1);
+        left.session.Disconnect();
+        left.port.toClient = "OFF\r\nbye";
+        EXPECT_EQ(left.TickUntilEnd(), comm::kSessionEnded);
+        EXPECT_EQ(left.disk.Get("/w/maillog.txt"), text);
+    }
+    // Behind a deletion it is the host's: nothing is taken away that it may have forgotten.
+    Reading deleted("WAIT_ACTION,,", "a mail\r\nNO CARRIER\r\naction:");
+    deleted.Ticks(1);
+    deleted.session.HangUp();
+    EXPECT_EQ(deleted.disk.Get("/w/maillog.txt"), "a mail\r\nNO CARRIER\r\naction:");
+}
+
+TEST(SessionTest, NothingIsReadThatCannotBeCaptured) {
     Stage refused(Usual());
     refused.disk.PutDirectory("/w/maillog.txt");
     ASSERT_EQ(refused.session.Begin(Session::Start::ReceiveOnly, "/dev/x", {},

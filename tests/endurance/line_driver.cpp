@@ -50,6 +50,9 @@ class Holdings final : public practice::BuiltInSet {
     std::vector<std::string> uploads;
 };
 
+constexpr std::string_view kQuestion = "action:";
+constexpr std::string_view kAnswer = "DELETE";
+
 /// The client's end of the line.
 class Port final : public comm::SerialPort {
   public:
@@ -67,14 +70,18 @@ class Port final : public comm::SerialPort {
         const std::size_t count = arrived_.copy(buffer.data(), buffer.size());
         arrived_.erase(0, count);
         arrivedBytes_ += count;
+        if (std::string_view(buffer.data(), count).find(kAnswer) != std::string_view::npos) answered_ = false;
         return static_cast<std::int64_t>(count);
     }
     [[nodiscard]] int Write(std::string_view bytes) override {
+        answered_ = answered_ || bytes.starts_with(kAnswer);
         host_->Receive(bytes, Now());
         return 0;
     }
     [[nodiscard]] std::size_t WaitingBytes() override { return 0; }
     [[nodiscard]] std::uint64_t arrivedBytes() const { return arrivedBytes_; }
+    /// Whether an answer has gone out of which nothing has come back.
+    [[nodiscard]] bool answeredIntoSilence() const { return answered_; }
 
   private:
     [[nodiscard]] milliseconds Now() const { return clock_->TickCount(); }
@@ -95,6 +102,7 @@ class Port final : public comm::SerialPort {
     milliseconds last_{0};
     std::string arrived_;
     std::uint64_t arrivedBytes_ = 0;
+    bool answered_ = false;
 };
 
 /// Somebody who remembers what was said.
@@ -163,8 +171,9 @@ class Correspondence {
                 result_ = sessions.Tick();
             }
             Require(result_ != comm::kSessionGoesOn, "the session comes to an end within an hour");
-            ended_ = result_ == comm::kSessionEnded && sessions.yield().stored;
+            ended_ = result_ == comm::kSessionEnded && sessions.yield().allDone();
         }
+        quoted_ = quoted_ || (trouble.silentAfterBytes && client.port.answeredIntoSilence());
         Judge();
         for (const std::string& text : ui_.told)
             toldOfTwice_ |= text.find("twice") != std::string::npos;
@@ -175,6 +184,7 @@ class Correspondence {
     void JudgeEnd() {
         when_ = "at the end";
         for (const practice::Letter& letter : letters_) {
+            if (IsCutAtQuotation(letter)) continue;
             const auto copies = std::count_if(stored_.begin(), stored_.end(), [&](const std::string& body) {
                 return body.ends_with(practice::MailSubjectLine(letter) + letter.text);
             });
@@ -221,13 +231,17 @@ class Correspondence {
     void Judge() {
         ReadStored();
         for (const practice::Letter& letter : holdings_.deleted)
-            Require(IsKept(letter), "what the host deleted is stored or in a capture: " + letter.subject);
+            Require(IsKept(letter) || IsCutAtQuotation(letter),
+                    "what the host deleted is stored or in a capture: " + letter.subject);
         for (const std::string_view text : kOutgoing)
             JudgeSent(text);
         Require(ended_ || !ui_.told.empty(), "no failure without a word");
-        if (!ended_) return;
+        if (!ended_) {
+            missing_ = holdings_.deleted.size() - std::min(stored_.size(), holdings_.deleted.size());
+            return;
+        }
         Require(holdings_.Mails().empty(), "status 0 means that all was received");
-        Require(stored_.size() >= holdings_.deleted.size(), "status 0 means that all was stored");
+        Require(stored_.size() + missing_ >= holdings_.deleted.size(), "status 0 means that all was stored");
         for (const std::string_view text : kOutgoing)
             Require(Uploads(text) > 0, "status 0 means that all was sent");
     }
@@ -280,6 +294,12 @@ class Correspondence {
         return missing <= (case_.trouble == "garbled" ? 2 : 0);
     }
 
+    /// A text that quotes the host's question is answered where the line falls silent right behind that: nothing tells it
+    /// from the question.
+    [[nodiscard]] bool IsCutAtQuotation(const practice::Letter& letter) const {
+        return quoted_ && letter.text.find(kQuestion) != std::string::npos;
+    }
+
     [[nodiscard]] std::size_t Uploads(std::string_view text) const {
         return static_cast<std::size_t>(
             std::count_if(holdings_.uploads.begin(), holdings_.uploads.end(),
@@ -307,6 +327,8 @@ class Correspondence {
     int result_ = 0;
     bool ended_ = false;
     bool toldOfTwice_ = false;
+    bool quoted_ = false;      ///< the line fell silent behind a question, or what looks like one
+    std::size_t missing_ = 0;  ///< in calls that did not end with 0: two mails may have become one
     const char* when_ = "";
 };
 

@@ -113,7 +113,7 @@ int Connect(CommandContext& context, Session& session, const std::string& device
     Json document = {
         {"result", result}, {"mails", yield.mails}, {"messages", yield.messages}, {"sent", yield.sent}};
     const int printed = PrintFolders(context, session.program, document);
-    return result == comm::kSessionEnded && yield.stored && yield.settled ? printed : kRefused;
+    return result == comm::kSessionEnded && yield.allDone() ? printed : kRefused;
 }
 
 int RunDemo(CommandContext& context, int pace) {

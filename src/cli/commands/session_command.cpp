@@ -51,8 +51,7 @@ int Report(CommandContext& context, app::Sessions& sessions, std::optional<int> 
                       .In(context.language(), {std::to_string(yield.mails), std::to_string(yield.messages),
                                                std::to_string(yield.sent)}));
     if (!result) return context.Refuse({"ログオフせずに回線を切りました。", "Hung up without a log-off."});
-    // Why a capture stays, and which mail has no mark, has been said.
-    if (*result == comm::kSessionEnded) return yield.stored && yield.settled ? printed : kRefused;
+    if (*result == comm::kSessionEnded) return yield.allDone() ? printed : kRefused;
     return context.Refuse({"通信は正常に終わりませんでした。（結果 {}）",
                            "The session did not come to its proper end (result {})."},
                           std::to_string(*result));
