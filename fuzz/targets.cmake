@@ -2,6 +2,6 @@
 # and store.
 set(postkite_fuzz_targets
   environments folder_properties folder_tree forum_log mail_log mailbox older_layouts practice_host rules script_file
-  send_queue session settings text)
+  send_queue session settings telnet_codec text)
 set(postkite_fuzz_libraries postkite_analyse postkite_organise postkite_outgoing postkite_practice postkite_store postkite_comm
   postkite_core)

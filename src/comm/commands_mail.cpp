@@ -344,6 +344,9 @@ int Interpreter::SendDestinationId(const ScriptFields&) {
 
 void Interpreter::Heard(std::string_view text) {
     if (state_.line == 0) return;
+    constexpr std::size_t kLongestAnswer = 256;
+    if (state_.modemAnswer.size() < kLongestAnswer)
+        state_.modemAnswer += text.substr(0, kLongestAnswer - state_.modemAnswer.size());
     const std::string& line = script_->line(state_.line);
     if (SplitLine(line, settings_->fenicsLoad).command != "WAIT_NEXT_LIST") {
         state_.listingLine.clear();

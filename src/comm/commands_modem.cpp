@@ -43,6 +43,7 @@ int Interpreter::ModemInit(const ScriptFields&) {
     if (settings_->speakerOn == 0) Send("M" + settings_->volume);
     Send("\r\n");
     SetTimeOut(kSecondsForModem);
+    state_.modemAnswer.clear();
     state_.listedMails.clear();
     state_.deleteIndex = 0;
     state_.downIndex = 0;

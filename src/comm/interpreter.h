@@ -49,7 +49,8 @@ class Interpreter {
     /// The one of the last step, if there is one. It is the caller's now.
     [[nodiscard]] std::optional<Message> TakeMessage() { return std::exchange(message_, std::nullopt); }
 
-    /// What has just arrived, cleaned, before the step: for the numbers of the mails that the host lists.
+    /// What has just arrived, cleaned, before the step: for the numbers of the mails that the host lists, and for the
+    /// modem's answer.
     void Heard(std::string_view text);
 
     /// While mail is captured, whatever arrives gives the host another 30 seconds.
@@ -78,6 +79,8 @@ class Interpreter {
 
     /// Whether a call may be up: something has been sent since the modem was last set up or told to hang up.
     [[nodiscard]] bool callMayBeUp() const { return state_.callMayBeUp; }
+    /// Whether the modem has said "OK" since it was last set up, whatever came behind it.
+    [[nodiscard]] bool modemSaidOk() const { return state_.modemAnswer.find("OK") != std::string::npos; }
     /// Whether the host has been left: what is lost of the line from then on is no fault.
     [[nodiscard]] bool loggedOff() const { return state_.loggedOff; }
     /// Where the script was when it came out.
@@ -105,6 +108,7 @@ class Interpreter {
         int redials = 0;
         int hostNameRetries = 0;
         bool callMayBeUp = false;
+        std::string modemAnswer;  ///< the beginning of what has arrived since the modem was set up
         int lastLine = 0;
         Ending ending = Ending::None;
 

@@ -18,8 +18,8 @@ class SerialPort {
     SerialPort& operator=(const SerialPort&) = delete;
     virtual ~SerialPort() = default;
 
-    /// Opens the device for this program alone. `device` is a native path or "tcp:HOST:PORT"; only the latter
-    /// can take time, about 10 seconds at most once the host's name is known. `bitsPerSecond` is the line's
+    /// Opens the device for this program alone. `device` is a native path, "tcp:HOST:PORT" or "telnet:HOST:PORT"; only
+    /// the latter two can take time, about 10 seconds at most once the host's name is known. `bitsPerSecond` is the line's
     /// speed; 0 or less leaves the one that the device has, and a device that has none does not mind. -EBUSY
     /// when another program has the device, -ENOTTY or -EISDIR for a path that is no terminal device, -EINVAL
     /// for a name of neither kind.

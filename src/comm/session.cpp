@@ -192,6 +192,15 @@ std::string Session::TextFor(int result) const {
     }
     switch (interpreter_.ending()) {
         case Interpreter::Ending::TimeOut:
+            if ((result == -2 || result == -3) && interpreter_.modemSaidOk()) {
+                // A modem emulator that echoes, mostly: its echo of the command's LF comes behind the answer.
+                return choose(
+                    "モデムは OK と応答しましたが、そのあとに余分な文字が届いたため、通信を中断しました。\r\n"
+                    "環境設定の「モデム初期化コマンド」の E1 を E0 に変えてください（例: ATQ0V1E0）。"_sjis,
+                    "The modem answered OK, but more came behind it, so the session was broken off.\r\n"
+                    "Put E0 in place of E1 into the environment's modem initialisation command, as in "
+                    "ATQ0V1E0.");
+            }
             if (result == -2 || result == -3) {
                 return choose("モデムが応答しないため、通信を中断しました。"_sjis,
                               "The modem does not answer. The session was broken off.");

@@ -24,6 +24,7 @@ namespace postkite::comm {
 namespace {
 
 constexpr std::string_view kConnectionPrefix = "tcp:";
+constexpr std::string_view kTelnetPrefix = "telnet:";
 
 struct Speed {
     int bitsPerSecond;
@@ -138,10 +139,15 @@ SystemSerialPort::~SystemSerialPort() {
 
 int SystemSerialPort::Open(const std::string& device, int bitsPerSecond) {
     Close();
-    const bool isConnection = device.starts_with(kConnectionPrefix);
-    const int result = isConnection
-                           ? OpenConnection(std::string_view(device).substr(kConnectionPrefix.size()))
-                           : OpenTerminal(device, bitsPerSecond);
+    int result = 0;
+    if (device.starts_with(kConnectionPrefix)) {
+        result = OpenConnection(std::string_view(device).substr(kConnectionPrefix.size()));
+    } else if (device.starts_with(kTelnetPrefix)) {
+        result = OpenConnection(std::string_view(device).substr(kTelnetPrefix.size()));
+        telnet_.emplace();
+    } else {
+        result = OpenTerminal(device, bitsPerSecond);
+    }
     if (result < 0) Close();
     return result;
 }
@@ -245,6 +251,7 @@ void SystemSerialPort::Close() {
     isConnection_ = false;
     isExclusive_ = false;
     found_.reset();
+    telnet_.reset();
     queue_.clear();
     queueStart_ = 0;
     writeError_ = 0;
@@ -253,6 +260,16 @@ void SystemSerialPort::Close() {
 std::int64_t SystemSerialPort::Read(std::span<char> buffer) {
     if (descriptor_ < 0) return -EBADF;
     if (!queue_.empty()) SendQueued();
+    const std::int64_t count = ReadSome(buffer);
+    if (count <= 0 || !telnet_) return count;
+    std::string answers;
+    const std::size_t data = telnet_->Decode(buffer.first(static_cast<std::size_t>(count)), answers);
+    // Where the other end takes nothing, the next read or write says so.
+    if (!answers.empty()) static_cast<void>(WriteBytes(answers));
+    return static_cast<std::int64_t>(data);
+}
+
+std::int64_t SystemSerialPort::ReadSome(std::span<char> buffer) {
     std::size_t done = 0;
     while (done < buffer.size()) {
         const std::size_t wanted = buffer.size() - done;
@@ -276,6 +293,13 @@ std::int64_t SystemSerialPort::Read(std::span<char> buffer) {
 
 int SystemSerialPort::Write(std::string_view bytes) {
     if (descriptor_ < 0) return -EBADF;
+    if (!telnet_) return WriteBytes(bytes);
+    std::string line;
+    telnet_->Encode(bytes, line);
+    return WriteBytes(line);
+}
+
+int SystemSerialPort::WriteBytes(std::string_view bytes) {
     SendQueued();
     if (writeError_ != 0) return writeError_;
     const std::size_t waiting = queue_.size() - queueStart_;

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "comm/serial_port.h"
+#include "core/telnet_codec.h"
 
 namespace postkite::comm {
 
@@ -16,7 +17,8 @@ namespace postkite::comm {
 /// and no other flow control. What it lacks of this, as pseudo-terminals lack nearly all, is passed over. Its
 /// settings are put back when it is closed.
 ///
-/// "tcp:HOST:PORT" is a host name or address, "tcp:[ADDRESS]:PORT" one with colons in it; PORT is a number.
+/// "tcp:HOST:PORT" is a host name or address, "tcp:[ADDRESS]:PORT" one with colons in it; PORT is a number. Bytes pass
+/// as they are. "telnet:HOST:PORT" is the same with the telnet protocol on top, in which the server begins.
 class SystemSerialPort final : public SerialPort {
   public:
     /// How many bytes wait here at most for a device that takes none.
@@ -35,12 +37,15 @@ class SystemSerialPort final : public SerialPort {
     [[nodiscard]] int OpenConnection(std::string_view hostAndPort);
     [[nodiscard]] int TakeAlone();
     void Configure(int bitsPerSecond);
+    [[nodiscard]] std::int64_t ReadSome(std::span<char> buffer);
+    [[nodiscard]] int WriteBytes(std::string_view bytes);
     [[nodiscard]] int WriteSome(std::string_view bytes, std::size_t& written) const;
     void SendQueued();
 
     int descriptor_ = -1;
     bool isConnection_ = false;
     bool isExclusive_ = false;
+    std::optional<core::TelnetCodec> telnet_;
     std::optional<termios> found_;  ///< the device's settings before this program's
     std::string queue_;  ///< written bytes that the device has not taken, behind `queueStart_` sent ones
     std::size_t queueStart_ = 0;

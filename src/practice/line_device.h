@@ -27,7 +27,8 @@ class LineDevice {
     /// Up to `size` bytes. Returns their count; 0 when there are none just now; -EPIPE when the client has
     /// gone.
     [[nodiscard]] virtual int Read(char* buffer, std::size_t size) = 0;
-    /// Returns how many bytes were taken, 0 when none can be just now; -EPIPE when the client has gone.
+    /// Returns how many bytes were taken, 0 when none can be just now: the next write has to begin with the same ones
+    /// then. -EPIPE when the client has gone.
     [[nodiscard]] virtual int Write(std::string_view bytes) = 0;
     /// The client has gone: the line is made ready for the next one.
     [[nodiscard]] virtual int Release() = 0;
@@ -43,7 +44,9 @@ class LineDevice {
 /// Listens on `address`, "ADDRESS:PORT"; an IPv6 address may stand in brackets. -EINVAL where it is of
 /// another form. `heard` becomes the address with the port that is listened on, which port 0 leaves to the
 /// system.
-[[nodiscard]] int OpenListener(const std::string& address, std::unique_ptr<LineDevice>& device,
+///
+/// What a client negotiates by the telnet protocol is answered and is no input. With `telnet` this end begins.
+[[nodiscard]] int OpenListener(const std::string& address, bool telnet, std::unique_ptr<LineDevice>& device,
                                std::string& heard);
 
 }  // namespace postkite::practice

@@ -36,6 +36,7 @@ struct CommandLine {
     std::string route = "2";
     bool once = false;
     bool noModem = false;
+    bool telnet = false;
     HostOptions host;
 };
 
@@ -106,6 +107,12 @@ void AddLineOptions(CLI::App& application, CommandLine& line, const Texts& say) 
                     say("毎秒 BPS ビットより速く送らない", "Print no faster than BPS bits a second"))
         ->type_name("BPS")
         ->check(CLI::Range(10, 10000000).description(""));
+    application.add_flag("--echo-late-lf", line.host.echoLateLineFeeds,
+                         say("モデムエミュレータのように、OK のあとに LF をエコーする",
+                             "Echo a command's LF behind the answer, as modem emulators do"));
+    application.add_flag("--telnet", line.telnet,
+                         say("telnet プロトコルの交渉を始める（--listen のとき）",
+                             "Begin to negotiate the telnet protocol (with --listen)"));
     application.add_flag("--no-modem", line.noModem,
                          say("モデムの役をしない", "Leave the modem to a real one in front"));
 }
@@ -175,8 +182,8 @@ int Serve(const CommandLine& line, core::Language language) {
 
     std::unique_ptr<LineDevice> device;
     std::string where = line.link;
-    const int opened =
-        line.link.empty() ? OpenListener(line.address, device, where) : OpenPseudoTerminal(line.link, device);
+    const int opened = line.link.empty() ? OpenListener(line.address, line.telnet, device, where)
+                                         : OpenPseudoTerminal(line.link, device);
     if (opened < 0) return Fail(line.link.empty() ? line.address : line.link, opened, language);
     std::cout << where << std::endl;  // whoever starts this waits for the line
 
@@ -205,6 +212,11 @@ int Run(int argumentCount, char** arguments) {
                   << say("--pty LINK か --listen ADDRESS:PORT のどちらかが要ります",
                          "one of --pty LINK and --listen ADDRESS:PORT is needed")
                   << "\n";
+        return kWrongUsage;
+    }
+    if (line.telnet && line.address.empty()) {
+        std::cerr << "postkite-host: "
+                  << say("--telnet は --listen とともに使います", "--telnet goes with --listen") << "\n";
         return kWrongUsage;
     }
     line.host.modem = !line.noModem;

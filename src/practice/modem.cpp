@@ -67,8 +67,11 @@ Modem::Event Modem::Hear(char byte, milliseconds now) {
 
 Modem::Event Modem::HearCommand(char byte, milliseconds now) {
     const bool behindReturn = std::exchange(lastWasReturn_, byte == '\r');
-    if (byte == '\n' && behindReturn)
-        return Event::None;  // programs end a command in CR LF, and that is no key
+    if (byte == '\n' && behindReturn) {
+        // Programs end a command in CR LF, and that is no key.
+        if (echoesLateLineFeeds_ && echoes_) output_ += byte;
+        return Event::None;
+    }
     if (dialEnds_) {
         // Any key gives the call up.
         dialEnds_.reset();

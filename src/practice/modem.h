@@ -19,6 +19,9 @@ enum class DialResult { Connect, Busy, NoCarrier, NoDialtone };
 /// code. After dialling it passes data, until the carrier is lost or the escape is given: "+++" with a second
 /// of silence before and behind.
 ///
+/// A modem emulator that echoes may echo the LF behind a command's CR as well, when its answer is out already:
+/// `EchoLateLineFeeds`.
+///
 /// Modems are forgiving, since programs are not: small letters, blanks, a LF behind the CR, and anything at
 /// all in front of "AT" are borne.
 ///
@@ -34,6 +37,8 @@ class Modem {
     static constexpr int kUsualSpeed = 14400;
 
     Modem(Transcript& transcript, int speedBps);
+
+    void EchoLateLineFeeds(bool on) { echoesLateLineFeeds_ = on; }
 
     /// What the byte or the passing of time was to the modem.
     enum class Event {
@@ -80,6 +85,7 @@ class Modem {
 
     Transcript* transcript_;
     int speedBps_;
+    bool echoesLateLineFeeds_ = false;
     std::string output_;
 
     bool echoes_ = true;

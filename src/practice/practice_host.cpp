@@ -27,6 +27,7 @@ PracticeHost::PracticeHost(HostOptions options, Holdings& holdings, const core::
       transcript_(holdings, clock),
       modem_(transcript_, options_.speedBps),
       callTrouble_(options_.trouble) {
+    modem_.EchoLateLineFeeds(options_.echoLateLineFeeds);
 }
 
 void PracticeHost::Connect(milliseconds now) {

@@ -19,8 +19,9 @@ namespace postkite::practice {
 struct HostOptions {
     Account account;
     char route = '2';
-    bool modem = true;  ///< false: a connection is a call
-    int speedBps = 0;   ///< 0: as fast as it is taken
+    bool modem = true;               ///< false: a connection is a call
+    bool echoLateLineFeeds = false;  ///< as a modem emulator does
+    int speedBps = 0;                ///< 0: as fast as it is taken
     Trouble trouble;
 };
 

@@ -5,9 +5,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <utility>
 
+#include "core/telnet_codec.h"
 #include "practice/command.h"
 #include "practice/line_device.h"
 
@@ -15,9 +18,11 @@ namespace postkite::practice {
 
 namespace {
 
+/// A client that negotiates by the telnet protocol is answered by it from then on, and its negotiation is no input. With
+/// `beginsTelnet` every client is taken for one.
 class TcpListener final : public LineDevice {
   public:
-    explicit TcpListener(int listener) : listener_(listener) {}
+    TcpListener(int listener, bool beginsTelnet) : listener_(listener), beginsTelnet_(beginsTelnet) {}
     ~TcpListener() override {
         CloseClient();
         ::close(listener_);
@@ -38,10 +43,21 @@ class TcpListener final : public LineDevice {
     void CloseClient() {
         if (client_ >= 0) ::close(client_);
         client_ = -1;
+        telnet_.reset();
+        unsent_.clear();
+        answers_.clear();
+        beingSent_ = 0;
     }
+    [[nodiscard]] int Send(std::string_view bytes);
+    [[nodiscard]] int SendAnswers();
 
     int listener_;
+    bool beginsTelnet_;
     int client_ = -1;
+    std::optional<core::TelnetCodec> telnet_;
+    std::string answers_;        ///< of the negotiation, that are not out yet
+    std::string unsent_;         ///< what is not out of a write, as it goes over the line
+    std::size_t beingSent_ = 0;  ///< the bytes of that write
 };
 
 int TcpListener::Accept() {
@@ -50,6 +66,10 @@ int TcpListener::Accept() {
         // Pieces are to arrive as they were written.
         const int on = 1;
         static_cast<void>(::setsockopt(client_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on));
+        if (beginsTelnet_) {
+            answers_ = telnet_.emplace(true).Offer();
+            static_cast<void>(SendAnswers());
+        }
         return 1;
     }
     const bool passes = errno == EAGAIN || errno == EINTR || errno == ECONNABORTED;
@@ -58,15 +78,44 @@ int TcpListener::Accept() {
 
 int TcpListener::Read(char* buffer, std::size_t size) {
     const ssize_t count = ::recv(client_, buffer, size, 0);
-    if (count > 0) return static_cast<int>(count);
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return 0;
-    return -EPIPE;
+    if (count <= 0) return -EPIPE;
+    const std::span<char> bytes(buffer, static_cast<std::size_t>(count));
+    // In no text that the host takes there is such a byte.
+    constexpr char kCommand = static_cast<char>(core::TelnetCodec::kCommand);
+    if (!telnet_ && std::find(bytes.begin(), bytes.end(), kCommand) != bytes.end()) telnet_.emplace(true);
+    if (!telnet_) return static_cast<int>(count);
+    const std::size_t data = telnet_->Decode(bytes, answers_);
+    const int sent = SendAnswers();
+    return sent < 0 && data == 0 ? sent : static_cast<int>(data);
 }
 
-int TcpListener::Write(std::string_view bytes) {
+int TcpListener::Send(std::string_view bytes) {
     const ssize_t count = ::send(client_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (count >= 0) return static_cast<int>(count);
     return errno == EAGAIN || errno == EINTR ? 0 : -EPIPE;
+}
+
+/// Never in the middle of what a write has begun.
+int TcpListener::SendAnswers() {
+    if (answers_.empty() || !unsent_.empty()) return 0;
+    const int sent = Send(answers_);
+    if (sent > 0) answers_.erase(0, static_cast<std::size_t>(sent));
+    return sent;
+}
+
+int TcpListener::Write(std::string_view bytes) {
+    if (!telnet_) return Send(bytes);
+    if (const int sent = SendAnswers(); sent < 0) return sent;
+    if (!answers_.empty()) return 0;
+    if (unsent_.empty()) {
+        telnet_->Encode(bytes, unsent_);
+        beingSent_ = bytes.size();
+    }
+    const int sent = Send(unsent_);
+    if (sent < 0) return sent;
+    unsent_.erase(0, static_cast<std::size_t>(sent));
+    return unsent_.empty() ? static_cast<int>(beingSent_) : 0;
 }
 
 int Listen(const addrinfo& address) {
@@ -94,7 +143,8 @@ std::string PortOf(int listener) {
 
 }  // namespace
 
-int OpenListener(const std::string& address, std::unique_ptr<LineDevice>& device, std::string& heard) {
+int OpenListener(const std::string& address, bool telnet, std::unique_ptr<LineDevice>& device,
+                 std::string& heard) {
     const std::size_t colon = address.rfind(':');
     if (colon == std::string::npos) return -EINVAL;
     constexpr int kHighestPort = 65535;
@@ -115,7 +165,7 @@ int OpenListener(const std::string& address, std::unique_ptr<LineDevice>& device
     const int listener = Listen(*found);
     ::freeaddrinfo(found);
     if (listener < 0) return listener;
-    device = std::make_unique<TcpListener>(listener);
+    device = std::make_unique<TcpListener>(listener, telnet);
     heard = shown + ":" + PortOf(listener);
     return 0;
 }

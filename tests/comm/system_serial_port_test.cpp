@@ -261,9 +261,9 @@ TEST(SystemSerialPortTest, WhatIsNoTerminalIsRefused) {
     ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
     EXPECT_EQ(port.Open(file, 9600), -ENOTTY) << "and nobody waits for the pipe's other end";
     unlink(file.c_str());
-    for (const char* wrong :
-         {"tcp:", "tcp:localhost", "tcp::23", "tcp:localhost:", "tcp:localhost:0", "tcp:localhost:65536",
-          "tcp:localhost:23x", "tcp:localhost:telnet", "tcp:::1:23", "tcp:[::1]", "tcp:[]:23"}) {
+    for (const char* wrong : {"tcp:", "tcp:localhost", "tcp::23", "tcp:localhost:", "tcp:localhost:0",
+                              "tcp:localhost:65536", "tcp:localhost:23x", "tcp:localhost:telnet",
+                              "tcp:::1:23", "tcp:[::1]", "tcp:[]:23", "telnet:localhost", "telnet::23"}) {
         EXPECT_EQ(port.Open(wrong, 9600), -EINVAL) << wrong;
     }
 }
@@ -354,6 +354,28 @@ TEST(SystemSerialPortTest, AConnectionIsALine) {
         written = port.Write("ATH\r");
     EXPECT_EQ(written, -EPIPE);
     EXPECT_EQ(port.WaitingBytes(), 0U);
+}
+
+TEST(SystemSerialPortTest, ATelnetConnectionNegotiatesAndDoubles) {
+    Listener listener;
+    ASSERT_TRUE(listener.listens());
+    SystemSerialPort port;
+    ASSERT_EQ(port.Open("telnet:127.0.0.1:" + listener.port(), 2400), 0);
+    OtherSide modem = listener.Accept();
+    std::string buffer(100, '\0');
+    ASSERT_EQ(port.Write("AT\xFF\r"), 0);
+    EXPECT_EQ(modem.Receive(6), std::string("AT\xFF\xFF\r\0", 6));
+    modem.Send("O\xFF\xFF\xFF\xFD\x18\xFF");
+    ASSERT_EQ(ReadWhenReady(port, buffer), 2);
+    EXPECT_EQ(buffer.substr(0, 2), "O\xFF");
+    EXPECT_EQ(modem.Receive(3), "\xFF\xFC\x18") << "refused";
+    modem.Send(std::string("\xFB\0K", 3));
+    ASSERT_EQ(ReadWhenReady(port, buffer), 1);
+    EXPECT_EQ(modem.Receive(6), std::string("\xFF\xFD\0\xFF\xFB\0", 6));
+    ASSERT_EQ(port.Open("tcp:127.0.0.1:" + listener.port(), 2400), 0);
+    modem = listener.Accept();
+    ASSERT_EQ(port.Write("\xFF\r"), 0);
+    EXPECT_EQ(modem.Receive(2), "\xFF\r") << "as it is";
 }
 
 TEST(SystemSerialPortTest, ASlowConnectionKeepsTheRestQueued) {

@@ -280,6 +280,10 @@ TEST(SessionDialogueTest, AModemThatDoesNotAnswerIsNotHungUp) {
     line.Client("ATQ0V1E1\r\n").Host("ATQ0V1E1\r").Quiet(9).Ends(-3);
     const Outcome outcome = line.Play();
     EXPECT_EQ(outcome.messages.at(0).text, "モデムが応答しないため、通信を中断しました。"_sjis);
+    // An emulator that echoes: the command's LF comes behind the answer.
+    Dialogue emulator(SettingsFor("3"));
+    emulator.Client("ATQ0V1E1\r\n").Host("ATQ0V1E1\r\r\nOK\r\n\n").Quiet(9).Ends(-3);
+    EXPECT_TRUE(emulator.Play().messages.at(0).text.starts_with("モデムは OK と応答しましたが、"_sjis));
     // Line 1, its pause of 10 ticks, line 2, and the 2 seconds of line 3 that end below zero.
     EXPECT_EQ(outcome.ticks, 1 + 10 + 1 + 11);
 }

@@ -82,6 +82,10 @@ TEST_F(ModemTest, EchoesAndAnswers) {
         EXPECT_EQ(Say(line.sent), line.answer) << line.sent;
     }
     EXPECT_EQ(Say("ATL3M2\r"), "ATL3M2\r\r\nOK\r\n");
+    modem.EchoLateLineFeeds(true);
+    EXPECT_EQ(Say("ATQ0V1E1\r\n"), "ATQ0V1E1\r\r\nOK\r\n\n");
+    EXPECT_EQ(Say("ATQ0V1E0\r\n"), "ATQ0V1E0\r\r\nOK\r\n");
+    EXPECT_EQ(Say("ATE1\r"), "\r\nOK\r\n");
     EXPECT_EQ(modem.volume(), 3);
     EXPECT_EQ(modem.speaker(), 2);
 }

@@ -26,7 +26,7 @@ in_background=(env --default-signal=INT "$program")
 postkite() { "$program" --dir "$case/mail" "$@"; }
 session() { # what it says is in $case/out and $case/err, its exit status in $status
     status=0
-    postkite "$@" --port "$case/line" --pace 10 >"$case/out" 2>"$case/err" || status=$?
+    postkite "$@" --port "${port:-$case/line}" --pace 10 >"$case/out" 2>"$case/err" || status=$?
 }
 has() { # has FILE TEXT
     check "$1 has $2" yes "$(grep -qF -- "$2" "$case/$1" && echo yes || echo no)"
@@ -87,6 +87,34 @@ receives_over_route() { # receives_over_route ROUTE WHAT-THE-CLIENT-SAYS HOST-OP
         "ATQ0V1E1 ATDT03-0000-0000 $2SVC ABC01234 ******** SET MENU OFF SET PAGE OFF GO MAIL KITE READ ALL DELETE DELETE OFF ATH" \
         "$(said | sed 's/  */ /g')"
     has err "ソフトの件です。"
+    end
+}
+
+receives_over_telnet() {
+    begin telnet 2
+    kill "$host_number"
+    wait "$host_number" || true
+    "$host" --listen 127.0.0.1:0 --telnet --state "$case/state" --user ABC01234 --password himitsu >"$case/where" 2>"$case/host-err" &
+    host_number=$!
+    wait_until test -s "$case/where"
+    port=telnet:$(cat "$case/where")
+    session --json session --receive-only
+    received_all
+    end
+}
+
+# A modem emulator that echoes is told from a modem that does not answer, and the cure that is named helps.
+answers_like_an_emulator() {
+    begin emulator 2 --echo-late-lf
+    session --json session --receive-only
+    check "exit status" 1 "$status"
+    check "result" -3 "$(sed -n 's/.*"result": \(.*\),/\1/p' "$case/out")"
+    has err "モデムは OK と応答しましたが"
+    has err "ATQ0V1E0"
+    rm "$case/mail/error.log"
+    postkite settings set 'MODEM INITIAL COMMAND' ATQ0V1E0
+    session --json session --receive-only
+    received_all
     end
 }
 
@@ -307,6 +335,8 @@ goes_both_ways 2 FSORA &
 sends_over_the_shortest_script &
 calls_until_all_is_through 1 &
 calls_until_all_is_through 2 &
+receives_over_telnet &
+answers_like_an_emulator &
 redials_while_busy &
 has_no_dial_tone &
 loses_the_carrier &
@@ -317,5 +347,5 @@ outlives_its_audience &
 runs_a_script &
 wait
 case=all
-check "cases that came to their end" 17 "$(wc -l <"$directory/finished")"
+check "cases that came to their end" 19 "$(wc -l <"$directory/finished")"
 [ ! -e "$directory/faults" ]

@@ -113,10 +113,10 @@ void AddLineOptions(CLI::App& command, SessionOptions& options, const CommandCon
     const auto say = [&context](const Bilingual& text) { return text.In(context.language()); };
     command
         .add_option("--port", options.port,
-                    say({"デバイス、または tcp:HOST:PORT（既定: RS PORT の値が 2 のとき $POSTKITE_COM2、"
-                         "dosdevices/com2、/dev/ttyS1 の順）",
-                         "The device, or tcp:HOST:PORT (default for RS PORT 2: $POSTKITE_COM2, "
-                         "dosdevices/com2, /dev/ttyS1)"}))
+                    say({"デバイス、または tcp:HOST:PORT、telnet:HOST:PORT（既定: RS PORT の値が 2 のとき "
+                         "$POSTKITE_COM2、dosdevices/com2、/dev/ttyS1 の順）",
+                         "The device, or tcp:HOST:PORT, telnet:HOST:PORT (default for RS PORT 2: "
+                         "$POSTKITE_COM2, dosdevices/com2, /dev/ttyS1)"}))
         ->type_name("DEVICE")
         ->check([](const std::string& given) { return given.empty() ? "--port: \"\"" : std::string(); });
     command.add_flag("--monitor", options.monitor,

@@ -57,7 +57,9 @@ EnvironmentPage::EnvironmentPage(const std::vector<std::string>& folders,
          QStringLiteral("19200"), QStringLiteral("38400"), QStringLiteral("57600")});
     AddChoice(*form, tr("ダイアル方式"), u'D', &Environment::dialling,
               {{"PB", tr("PB（プッシュ回線）")}, {"DP", tr("DP（ダイアル回線）")}});
-    AddText(*form, tr("モデム初期化コマンド"), u'M', &Environment::modem);
+    AddPresets(
+        *form, tr("モデム初期化コマンド"), u'M', &Environment::modem,
+        {{"ATQ0V1E1M1", tr("ATQ0V1E1M1（モデム）")}, {"ATQ0V1E0", tr("ATQ0V1E0（モデムエミュレータ）")}});
     AddText(*form, tr("メールの差出人行（From）"), u'F', &Environment::from);
     AddFolder(*form, tr("送信フォルダ"), u'B', &Environment::outbox, folders);
     AddFolder(*form, tr("受信フォルダ"), u'I', &Environment::inbox, folders);
@@ -88,8 +90,8 @@ TextField* EnvironmentPage::AddText(QFormLayout& form, const QString& label, QCh
     return field;
 }
 
-void EnvironmentPage::AddEditable(QFormLayout& form, const QString& label, QChar key, Member member,
-                                  const QStringList& values) {
+QComboBox* EnvironmentPage::AddEditable(QFormLayout& form, const QString& label, QChar key, Member member,
+                                        const QStringList& values) {
     auto* box = new QComboBox(this);
     auto* field = new TextField(LongestOf(member), box);
     box->setEditable(true);
@@ -100,6 +102,17 @@ void EnvironmentPage::AddEditable(QFormLayout& form, const QString& label, QChar
     AddRow(form, label, key, box);
     field->setAccessibleName(label);
     texts_.push_back({member, label, field});
+    return box;
+}
+
+void EnvironmentPage::AddPresets(QFormLayout& form, const QString& label, QChar key, Member member,
+                                 const std::vector<std::pair<const char*, QString>>& presets) {
+    QComboBox* box = AddEditable(form, label, key, member, {});
+    for (const auto& [value, words] : presets)
+        box->addItem(words, QString::fromLatin1(value));
+    // The words say what it is for; what is taken is the value.
+    connect(box, &QComboBox::activated, this,
+            [box](int item) { box->setEditText(box->itemData(item).toString()); });
 }
 
 void EnvironmentPage::AddFolder(QFormLayout& form, const QString& label, QChar key, Member member,

@@ -49,8 +49,11 @@ class EnvironmentPage final : public QWidget {
                    const std::vector<std::pair<const char*, QString>>& choices);
     void AddFolder(QFormLayout& form, const QString& label, QChar key, Member member,
                    const std::vector<std::string>& folders);
-    void AddEditable(QFormLayout& form, const QString& label, QChar key, Member member,
-                     const QStringList& values);
+    /// Values to choose from, each with words that say what it is for.
+    void AddPresets(QFormLayout& form, const QString& label, QChar key, Member member,
+                    const std::vector<std::pair<const char*, QString>>& presets);
+    QComboBox* AddEditable(QFormLayout& form, const QString& label, QChar key, Member member,
+                           const QStringList& values);
 
     std::vector<TextRow> texts_;
     std::vector<ChoiceRow> choices_;

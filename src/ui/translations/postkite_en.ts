@@ -1107,6 +1107,14 @@
         <translation>Modem initialisation command</translation>
     </message>
     <message>
+        <source>ATQ0V1E1M1（モデム）</source>
+        <translation>ATQ0V1E1M1 (modem)</translation>
+    </message>
+    <message>
+        <source>ATQ0V1E0（モデムエミュレータ）</source>
+        <translation>ATQ0V1E0 (modem emulator)</translation>
+    </message>
+    <message>
         <source>メールの差出人行（From）</source>
         <translation>From line of mail</translation>
     </message>

@@ -63,6 +63,9 @@ TEST_F(EnvironmentsDialogTest, SavesWhatWasChanged) {
     Choose(Field<QComboBox>(dialog, 0, QStringLiteral("アクセス経路")), "7");
     Choose(Field<QComboBox>(dialog, 0, QStringLiteral("ダイアル方式")), "PB");
     TypeOver(Field<QLineEdit>(dialog, 0, QStringLiteral("通信速度（bit/s）")), "9600");
+    auto& modem = Field<QComboBox>(dialog, 0, QStringLiteral("モデム初期化コマンド"));
+    QTest::keyClick(&modem, Qt::Key_Down);
+    EXPECT_EQ(modem.currentText(), "ATQ0V1E0") << "without the words that say what it is for";
     Choose(Field<QComboBox>(dialog, 0, QStringLiteral("受信フォルダ")), QStringLiteral("Inbox#控え"));
     TypeOver(Field<QLineEdit>(dialog, 0, QStringLiteral("送信フォルダ")), QStringLiteral("下書き"));
     Choose(Field<QComboBox>(dialog, 0, QStringLiteral("使うバンク")), QStringLiteral("バンク 3（MailBox3）"));
@@ -83,7 +86,7 @@ TEST_F(EnvironmentsDialogTest, SavesWhatWasChanged) {
     EXPECT_EQ(program_->Inbox(), "Inbox#控え"_sjis);
     const std::string file = FileBytes("Setting/Hostdata.ini");
     EXPECT_TRUE(file.starts_with(
-        "自宅\r\nABC00123\r\n0204190A1605\r\n\r\n7\r\n9600\r\nPB\r\n\r\nATQ0V1E1M1\r\n下書き\r\nInbox#控え\r\n\r\n77\r\n"_sjis))
+        "自宅\r\nABC00123\r\n0204190A1605\r\n\r\n7\r\n9600\r\nPB\r\n\r\nATQ0V1E0\r\n下書き\r\nInbox#控え\r\n\r\n77\r\n"_sjis))
         << file.substr(0, 200);
     EXPECT_NE(file.find("\r\n03\x81\t\r\n"), std::string::npos) << "bytes that are no character stay";
     EXPECT_NE(file.find("\r\nx\r\nfast\r\n??\r\n"), std::string::npos);
