@@ -163,6 +163,8 @@ void CheckListCompaction(support::MemoryFileSystem& disk, store::Mailbox& mailbo
         expected += mails[number].index;
     Check(mailbox.CompactIndex("Inbox") == 0);
     Check(disk.Get(kIndexPath) == expected && disk.Get(kTextPath) == text);
+    // One that was never wholly written is a row only as long as others stand behind it.
+    mails.resize(CountRows(expected));
 }
 
 /// `mails` are those that are not deleted.

@@ -158,8 +158,8 @@ int CapturePart::FindStored(const store::FolderTree& tree) {
 int CapturePart::FindStoredIn(const ListedFolder& folder) {
     store::FolderReader reader;
     const int opened = reader.Open(store::FilesOf(mailbox_->workspace(), {}, folder.name));
-    // Nothing was written to a folder of an older layout.
-    if (opened < 0) return opened == -ENOENT || opened == -ENOTSUP ? 0 : opened;
+    // Nothing was written to a folder of an older layout, or to what a damaged file takes for one.
+    if (opened < 0) return opened == -ENOENT || opened == -ENOTSUP || opened == -EINVAL ? 0 : opened;
     const int count = reader.CountMails();
     if (count < 0) return count;
     for (int number = FirstNewRecord(reader, folder.records, folder.lastIdentifier); number < count; ++number)
