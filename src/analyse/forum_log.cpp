@@ -277,6 +277,8 @@ void StoreAll(const Analysis& analysis, std::string_view path, ForumLog& log, Fo
     if (!result.complete) return;
     error = analysis.workspace.Remove(path);
     result.complete = error == 0;
+    // Should it come back, its messages are known.
+    if (result.complete) static_cast<void>(analysis.workspace.SyncNames(path));
 }
 
 }  // namespace
