@@ -41,6 +41,10 @@ int FolderReader::Open(const FolderFiles& files) {
     files_ = files;
     // Here and never again while it is open, since the records would get other numbers.
     static_cast<void>(SettlePendingMove(*files.workspace, files.bankDirectory, &files));
+    const int opened = rows_.Open(files);
+    if (!rows_.sawUnfinished()) return opened;
+    // For one who reads it the index would have to be made anew.
+    rows_ = IndexView();
     // What cannot be finished is read as it will be then, but is no ground for a change.
     const int finished = FinishOwnChanges(files, false);
     return finished < 0 && files.workspace->HoldsLock() ? finished : rows_.Open(files);

@@ -53,6 +53,7 @@ int IndexView::Try(const FolderFiles& files, Found& found) {
     if (result == 0) static_cast<void>(index_->BeginReading());
     Unfinished unfinished;
     result = LookForUnfinished(files, unfinished);
+    sawUnfinished_ = unfinished.journal || unfinished.newText || unfinished.newIndex;
     if (result == 0) result = FindPairInForce(files, unfinished, pair_);
     if (result < 0) return result;
     if (pair_ != Pair::Old) return TakeNewIndex(files, unfinished, found);

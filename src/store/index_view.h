@@ -23,6 +23,9 @@ class IndexView {
     /// errno value.
     [[nodiscard]] int Open(const FolderFiles& files);
 
+    /// Whether a change was going on when it was opened, or had been cut off by a crash; also where opening failed.
+    [[nodiscard]] bool sawUnfinished() const { return sawUnfinished_; }
+
     /// The rows; a torn last one does not count.
     [[nodiscard]] int count() const { return static_cast<int>(count_); }
 
@@ -49,6 +52,7 @@ class IndexView {
     [[nodiscard]] int Begin();
 
     Pair pair_ = Pair::Old;  ///< when it was opened
+    bool sawUnfinished_ = false;
     std::unique_ptr<core::File> index_;
     core::FileIdentity identity_;
     std::optional<JournalledRecords> journal_;  ///< its records stand for those of the index

@@ -108,7 +108,9 @@ bool HasMarksOfCurrent(std::string_view index) {
 }
 
 int ReadStart(core::File& file, std::size_t count, std::string& bytes) {
-    bytes.resize(count);
+    const std::int64_t size = file.Size();
+    if (size < 0) return static_cast<int>(size);
+    bytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(count, static_cast<std::uint64_t>(size))));
     const std::int64_t read = file.ReadAt(0, bytes);
     bytes.resize(read > 0 ? static_cast<std::size_t>(read) : 0);
     return read < 0 ? static_cast<int>(read) : 0;

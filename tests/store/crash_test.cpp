@@ -339,5 +339,28 @@ TEST(StoreDamage, OneDamagedRecordSpoilsNoOther) {
     }
 }
 
+/// A disk that fails and does not let everything be taken back either leaves no record without its text.
+TEST(StoreCrash, WhatCannotBeTakenBackStaysWhole) {
+    const Folder folder;
+    bool struck = true;
+    for (int call = 1; struck; ++call) {
+        SCOPED_TRACE(call);
+        MemoryFileSystem disk;
+        folder.PutOn(disk);
+        {
+            MailboxProgram program(disk);
+            disk.FailCall(call, -EIO);
+            disk.FailCall(call + 1, -EIO);
+            static_cast<void>(program.Add("D", "4\r\n"));
+            struck = disk.struck();
+        }
+        disk.Restart();
+        MailboxProgram program(disk);
+        const Mails mails = program.Mails();
+        EXPECT_TRUE(mails == Mails({kA, kB, kC}) || mails == Mails({kA, kB, kC, "D: 4\r\n"}))
+            << testing::PrintToString(mails);
+    }
+}
+
 }  // namespace
 }  // namespace postkite::store

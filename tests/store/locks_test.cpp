@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "store/compaction.h"
 #include "store/folder_properties.h"
@@ -52,6 +55,33 @@ TEST(StoreLocks, NothingIsChangedWhileAnotherHasTheLock) {
         EXPECT_GE(changes[number](program), 0);
         EXPECT_NE(contents(), before);
     }
+}
+
+/// What is found out about a mail holds until it is replaced, whenever another program wants to take one out.
+TEST(StoreLocks, TheMailIsReplacedThatWasMeant) {
+    int calls = 1;
+    for (int call = 1; call <= calls; ++call) {
+        SCOPED_TRACE(call);
+        MemoryFileSystem disk;
+        disk.PutDirectory(kBankPath);
+        MailboxProgram program(disk);
+        MailboxProgram other(disk);
+        ASSERT_EQ(program.Add("A") + program.Add("B") + program.Add("C"), 0);
+        MailRecord mail = MailboxProgram::Mail("new");
+        MailListEntry entry;
+        ASSERT_EQ(program.mailbox.ReadListEntry("Inbox", 1, entry), 0);
+        mail.localId = entry.localId.view();
+        disk.VisitAtCall(call,
+                         [&other] { static_cast<void>(other.mailbox.RemoveMails("Inbox", std::array{0})); });
+        const int before = disk.calls();
+        ASSERT_EQ(program.mailbox.ReplaceMail("Inbox", 1, mail), 0);
+        calls = std::max(calls, disk.calls() - before);
+        const std::vector<std::string> mails = MailboxProgram(disk).Mails();
+        ASSERT_GE(mails.size(), 2U);
+        EXPECT_EQ(mails[mails.size() - 2], "new: text\r\n");
+        EXPECT_EQ(mails.back(), "C: text\r\n");
+    }
+    EXPECT_GT(calls, 10);
 }
 
 }  // namespace

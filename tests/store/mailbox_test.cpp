@@ -289,6 +289,15 @@ TEST_F(MailboxFiles, FlagsStandInBothFiles) {
     EXPECT_EQ(mailbox.SetRead("Inbox", -1, true), -1);
     EXPECT_EQ(mailbox.SetRead("Nowhere", 0, true), -1);
     expect("");
+
+    // A flag line of another program's that is wider than its field, and a torn record.
+    text.insert(start + 18, 42, ' ');
+    index += index.substr(900, 500);
+    disk.Put(kTextPath, text);
+    disk.Put(kIndexPath, index);
+    EXPECT_EQ(mailbox.SetFlag("Inbox", 1, 50, 'q'), -1);
+    EXPECT_EQ(mailbox.SetRead("Inbox", 2, true), -1);
+    expect("");
 }
 
 TEST_F(MailboxFiles, MarkingSentStampsTheDate) {

@@ -22,6 +22,10 @@ def run_quietly(command, tree):
     return subprocess.run(command, cwd=tree, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False).returncode
 
 
+def run_tests(program, tree):
+    return run_quietly([f"build/dev/tests/{program}", "--gtest_brief=1"], tree)
+
+
 def build(tree, programs):
     return run_quietly(["cmake", "--build", "--preset", "dev", "--target", *programs, "--", "-j", JOBS], tree) == 0
 
@@ -42,8 +46,7 @@ def noticed_by(tree, mutation):
         programs = mutation.tests.split()
         if not build(tree, programs):
             return None
-        found = (program for program in programs
-                 if run_quietly([f"build/dev/tests/{program}", "--gtest_brief=1"], tree) != 0)
+        found = (program for program in programs if run_tests(program, tree) != 0)
         return next(found, "")
     finally:
         file.write_text(whole, "utf-8")
@@ -65,8 +68,13 @@ def run(options):
     os.environ.setdefault("CCACHE_BASEDIR", str(tree))
     run_quietly(["cmake", "--preset", "dev", "-D", "POSTKITE_DESKTOP=OFF"], tree)
     chosen = [mutation for mutation in MUTATIONS if options.only in mutation.name]
-    if not build(tree, sorted({program for mutation in chosen for program in mutation.tests.split()})):
+    programs = sorted({program for mutation in chosen for program in mutation.tests.split()})
+    if not build(tree, programs):
         print(f"mutate: the copy in {tree} does not build", file=sys.stderr)
+        return 1
+    failing = [program for program in programs if run_tests(program, tree) != 0]
+    if failing:
+        print(f"mutate: without any fault these fail: {', '.join(failing)}", file=sys.stderr)
         return 1
     missed = 0
     for mutation in chosen:

@@ -20,6 +20,19 @@ def lock(name, file, old, tests, new=None):
     return Mutation(f"lock: {name}", file, old, old[:old.index("=") + 1] + " 0;" if new is None else new, tests)
 
 
+def swapped(text, first, second):
+    return second.join(part.replace(second, first) for part in text.split(first))
+
+
+TEXT_FIRST = """Rename(files_.compactionText, files_.text);
+        if (done.result < 0) {
+            Discard();
+            return done;
+        }
+        // From here on there is no way back: the new index alone means that it has to follow its text.
+        done.result = files_.workspace->SyncNames(files_.text);
+        if (done.result == 0) done.result = files_.workspace->Rename(files_.compactionIndex, files_.index);"""
+
 MUTATIONS = [
     # Locks.
     lock("appending", "src/store/folder_writer.cpp", "int result = files.workspace->Lock(true, lock_);", STORE),
@@ -32,9 +45,11 @@ MUTATIONS = [
     lock("commands on mails", "src/cli/mail_folder.cpp",
          "const int locked = folder.session->workspace.Lock(true, folder.lock);", CLI),
     lock("one session at a time", "src/app/sessions.cpp",
-         "result = workspace_->LockDirectory(kSessionDirectory, lock);", f"{APP} {CLI}", "result = 0;"),
+         "result = workspace_->LockDirectory(kSessionDirectory, lock);", f"{APP} {CLI}",
+         "result = (static_cast<void>(lock), 0);"),
     lock("the working directory's own", "src/core/workspace.cpp",
-         "const int result = fileSystem_->Lock(root_, wait, taken);", f"{CORE} {STORE}"),
+         "const int result = fileSystem_->Lock(root_, wait, taken);", f"{CORE} {STORE}",
+         "const int result = (static_cast<void>(wait), 0);"),
     # Syncs.
     Mutation("sync: captures before LOGOFF", "src/comm/commands_modem.cpp",
              "if (const int error = line_->captures().Sync(); error < 0) {", "if (const int error = 0; error < 0) {", COMM),
@@ -71,8 +86,9 @@ MUTATIONS = [
     Mutation("order: index before text is taken back", "src/store/folder_writer.cpp",
              "    if (result == 0 && text_->Truncate(oldTextBytes_) == 0)",
              "    if (text_->Truncate(oldTextBytes_) == 0)", STORE),
-    Mutation("order: the new text has its name first", "src/store/compaction.cpp",
-             "if (result == 0) result = files_.workspace->SyncNames(files_.compactionText);", "", STORE),
+    Mutation("order: the new text is in place before its index", "src/store/compaction.cpp",
+             TEXT_FIRST, swapped(TEXT_FIRST, "(files_.compactionText, files_.text)", "(files_.compactionIndex, files_.index)"),
+             STORE),
     Mutation("order: the reservation goes before the mark", "src/store/folder_marker.cpp",
              "    int result = SetFlag(recordNumber, flag::kPosition8, 'y');\n"
              "    if (result == 0) result = SetFlag(recordNumber, flag::kSent, 'S');",
