@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "analyse/hash.h"
 #include "store/folder_reader.h"
@@ -18,7 +19,7 @@ constexpr std::size_t kMostStoredInBlock = 128UL * 1024;
 /// What a block may leave allocated for the next.
 constexpr std::size_t kFewStored = 1024;
 
-/// Places for the hashes of a run, by whether messages without a readable number are the exception.
+/// Places for the hashes of a run: at first, and at most where messages without a readable number are not the exception.
 constexpr std::size_t kFewHashes = 256;
 constexpr std::size_t kManyHashes = 64UL * 1024;
 
@@ -117,7 +118,14 @@ void KnownMessages::AddNumber(std::uint64_t number) {
 }
 
 void KnownMessages::Remember(std::uint64_t hash) {
-    if (newHashes_.empty()) newHashes_.resize(by_ == By::DateField ? kManyHashes : kFewHashes);
+    if (newHashes_.empty()) newHashes_.resize(kFewHashes);
+    if (++remembered_ > newHashes_.size() / 2 && by_ == By::DateField && newHashes_.size() < kManyHashes) {
+        const std::vector<std::uint64_t> fewer =
+            std::exchange(newHashes_, std::vector<std::uint64_t>(newHashes_.size() * 2));
+        for (const std::uint64_t kept : fewer) {
+            if (kept != 0) newHashes_[kept % newHashes_.size()] = kept;
+        }
+    }
     newHashes_[hash % newHashes_.size()] = hash;
 }
 

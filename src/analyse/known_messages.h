@@ -56,6 +56,7 @@ class KnownMessages {
     /// Those of this run, each at a place of its own: what needs the place of another makes it forgotten, so that
     /// messages without end do not fill the memory.
     std::vector<std::uint64_t> newHashes_;
+    std::size_t remembered_ = 0;
     std::vector<Key> stored_;  ///< in this block
 };
 

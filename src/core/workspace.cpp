@@ -27,6 +27,9 @@ bool IsDeviceName(std::string_view component) {
     std::string_view stem = component.substr(0, FindCharacter(component, '.'));
     while (!stem.empty() && stem.back() == ' ')
         stem.remove_suffix(1);
+    constexpr std::size_t kShortest = 3;
+    constexpr std::size_t kLongest = 7;
+    if (stem.size() < kShortest || stem.size() > kLongest) return false;
     const auto isStem = [&stem](std::string_view device) { return EqualIgnoringCase(stem, device); };
     if (std::any_of(kDevices.begin(), kDevices.end(), isStem)) return true;
     if (std::any_of(kConsoleDevices.begin(), kConsoleDevices.end(), isStem)) return true;
@@ -103,7 +106,13 @@ int Workspace::LocateComponent(const std::filesystem::path& directory, std::stri
                                LetterCase letterCase, std::filesystem::path& path) const {
     const std::optional<std::u8string> native = NativeComponent(component);
     if (!native) return -EINVAL;
-    path = directory / *native;
+    // By the bytes: putting paths together as such is most of what finding a name would cost.
+    std::string joined;
+    joined.reserve(directory.native().size() + 1 + native->size());
+    joined += directory.native();
+    if (!joined.empty() && joined.back() != '/') joined += '/';
+    joined.append(native->begin(), native->end());
+    path = std::move(joined);
     if (letterCase == LetterCase::AsSpelled) return 0;
     EntryKind kind{};
     const int inspected = fileSystem_->Inspect(path, kind);
