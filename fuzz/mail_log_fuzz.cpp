@@ -146,7 +146,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         MailProgram program(disk);
         Check(program.Analyse() >= 0 && program.result.complete && !disk.Exists(kCapturePath));
         if (changed) {
-            Check(program.Stored().size() <= 2 * captured.size());
+            // One more where it says that a mail begins in the middle of another.
+            Check(program.Stored().size() <= 2 * captured.size() + 1);
             return 0;
         }
         Check(program.result.stored == static_cast<int>(captured.size()));

@@ -48,8 +48,8 @@ bool TakeHeader(const OlderFolder& folder, std::size_t offset, std::vector<std::
     std::size_t at = offset;
     if (!fuzz::TakeLines(folder.text, at, folder.layout == FolderLayout::V1 ? 11 : 16, lines)) return false;
     std::vector<std::string> sizeText;
-    const bool hasSizeText =
-        folder.layout == FolderLayout::V1 && lines.back().size() > 3 && lines.back()[3] == 'C';
+    const std::string mark = fuzz::UpToZero(lines.back());
+    const bool hasSizeText = folder.layout == FolderLayout::V1 && mark.size() > 3 && mark[3] == 'C';
     if (hasSizeText && !fuzz::TakeLines(folder.text, at, 1, sizeText)) return false;
     rest = folder.text.substr(at);
     return true;

@@ -32,10 +32,10 @@ bool SkipHeader(TextWindow& text, std::uint64_t& offset) {
     std::string line;
     bool hasLine17 = false;
     for (std::size_t number = 0; number < std::size(kHeaderLines); ++number) {
-        if (!text.ReadLine(offset, line)) return false;
+        if (!ReadHeaderField(text, offset, line)) return false;
         if (number == 0) hasLine17 = HasLine17(line);
     }
-    return !hasLine17 || text.ReadLine(offset, line);
+    return !hasLine17 || ReadHeaderField(text, offset, line);
 }
 
 }  // namespace

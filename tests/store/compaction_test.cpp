@@ -157,6 +157,19 @@ TEST_F(Compaction, OneTerminatorIsAsGoodAsAnotherOnlyBehindTheHeader) {
     EXPECT_EQ(program.Mails().back(), "damaged");
 }
 
+TEST_F(Compaction, AFlagLineEndsAtAZeroByte) {
+    // So this one says nothing of a line 17, and the mail has none, nor a body.
+    std::string text = Text();
+    text[Offset(3) + 2] = 0;
+    constexpr std::string_view kBehindLine16 = "\r\ntext\r\n";
+    text.erase(text.rfind(kBehindLine16), kBehindLine16.size());
+    disk.Put(kTextPath, text);
+    ASSERT_EQ(program.Mails().back(), "four: ");
+    ASSERT_EQ(program.Compact(), 0);
+    EXPECT_EQ(program.Mails().back(), "four: ");
+    EXPECT_TRUE(program.ui.messages.empty());
+}
+
 TEST_F(Compaction, AListWithoutItsTextIsNotTouched) {
     ASSERT_EQ(mailbox.CompactText("Nowhere", [] {}), 0);
     ASSERT_EQ(disk.Remove(kTextPath), 0);
