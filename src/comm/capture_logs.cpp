@@ -88,11 +88,13 @@ int CaptureLogs::Retry() {
 
 int CaptureLogs::BeginMail() {
     mailBegun_ = false;
-    // The account first: a capture without one is one that nobody can vouch for.
+    // The account first, and on the disk: a capture without one is one that nobody can vouch for.
     int result = Empty(kMailDeletionsFile);
-    if (result == 0) result = Empty(kMailLogFile);
     if (result < 0) return result;
     Append(targets_[Deletions], kDeletionsFirstLine);
+    SyncOrHold(targets_[Deletions]);
+    result = Empty(kMailLogFile);
+    if (result < 0) return result;
     mailBegun_ = true;
     deletedBytes_ = 0;
     TellTrouble();
@@ -110,10 +112,7 @@ void CaptureLogs::NoteDeletion(Deletion deletion) {
 bool CaptureLogs::MailIsOnDisk() {
     if (hasTrouble_) return false;
     for (const TargetIndex index : {Mail, Deletions}) {
-        Target& target = targets_[index];
-        if (!target.unsynced || SyncTarget(target) == 0) continue;
-        target.syncFailed = true;
-        break;
+        if (targets_[index].unsynced && !SyncOrHold(targets_[index])) break;
     }
     TellTrouble();
     return !hasTrouble_;
@@ -285,6 +284,11 @@ int CaptureLogs::SyncTarget(Target& target) {
     // The session log's name goes with the date.
     target.nameIsSynced = target.isOn != nullptr;
     return 0;
+}
+
+bool CaptureLogs::SyncOrHold(Target& target) {
+    target.syncFailed = !target.waiting.empty() || SyncTarget(target) < 0;
+    return !target.syncFailed;
 }
 
 /// A system that could not bring bytes to the disk takes them for written from then on, so they are written once more.

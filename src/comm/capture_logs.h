@@ -143,6 +143,8 @@ class CaptureLogs {
     void Append(Target& target, std::string_view bytes);
     [[nodiscard]] int WriteWaiting(Target& target);
     [[nodiscard]] int SyncTarget(Target& target);
+    /// Whether it is on the disk itself. Where it is not, that is trouble until `Retry` has brought it there.
+    bool SyncOrHold(Target& target);
     [[nodiscard]] static int WriteUnsyncedAnew(core::File& file, const Target& target);
     void CutModemAnswer();
     void NoteTrouble(const Target& target, int error);

@@ -305,5 +305,27 @@ TEST_F(CaptureLogsTest, AfterASyncThePowerMayFail) {
     EXPECT_EQ(Content("maillog.txt"), "to be kept more");
 }
 
+TEST_F(CaptureLogsTest, TheAccountOfDeletionsIsOnTheDiskBeforeTheFirstMail) {
+    bool struck = true;
+    for (int call = 1; struck; ++call) {
+        ASSERT_LT(call, 100);
+        SCOPED_TRACE(call);
+        support::MemoryFileSystem disk;
+        disk.PutDirectory("/mail");
+        core::Workspace workspace(disk, "/mail");
+        CaptureLogs logs(workspace, settings_, ui_, clock_);
+        disk.FailCall(call, -EIO);
+        const int begun = logs.BeginMail();
+        struck = disk.struck();
+        if (!struck) {
+            EXPECT_FALSE(logs.HasTrouble());
+        }
+        if (begun < 0) continue;
+        EXPECT_EQ(logs.Retry(), 0);
+        disk.PowerCut();
+        EXPECT_EQ(disk.Get("/mail/maillog.txt.deleted"), "Postkite deletions 1\r\n");
+    }
+}
+
 }  // namespace
 }  // namespace postkite::comm
