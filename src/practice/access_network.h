@@ -12,8 +12,7 @@ namespace postkite::practice {
 /// host, and only then hears from it. There were several networks, each with its own manners; a client knows
 /// them by the number of its route:
 ///
-// /     1   silent until it gets a CR, then asks for the host; "NIFTY" leads there, and so does the call
-// ".00+"
+///     1   silent until it gets a CR, then asks for the host; "NIFTY" leads there, and so does the call ".00+"
 ///     2   silent until it gets the profile command "@P", then asks HOST NAME?
 ///     3   asks HOST NAME? by itself
 ///     7   asks for a log-in and a password; the log-in is the host's name and the password is empty

@@ -10,9 +10,8 @@ namespace postkite::practice {
 /// A forum's library of files, at "LIB>":
 ///
 ///     SCA DATE:yymmdd     lists what has been put there since that day
-// /     DOW n PROT:BPL      sends a file: its description, "項目 (1:OK  2:NG  E:終了)", the name under which
-// the client keeps it,
-///                         then the control character ENQ, at which the transfer begins
+///     DOW n PROT:BPL      sends a file: its description, "項目 (1:OK  2:NG  E:終了)", the name under which
+///                         the client keeps it, then the control character ENQ, at which the transfer begins
 ///
 /// There is no transfer behind the ENQ: the practice host speaks no transfer protocol and breaks off at the
 /// next line. Every forum has one and the same small shelf in its library 1. Borrows the visit and the

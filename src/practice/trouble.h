@@ -22,8 +22,8 @@ struct Trouble {
     int askHostNameAgain = 0;    ///< how often the access network asks once more
     std::size_t chunkBytes = 0;  ///< write in pieces of so many bytes, a little time apart; 0 for no pieces
     int noisePerMille = 0;       ///< in front of so many of a thousand bytes comes one that nobody has sent
-    std::optional<std::uint64_t> garbledByte;       ///< the byte of this number, from 1, arrives as another one
-    std::optional<std::uint64_t> dropAfterBytes;    ///< the carrier is lost when the host has printed so much
+    std::optional<std::uint64_t> garbledByte;     ///< the byte of this number, from 1, arrives as another one
+    std::optional<std::uint64_t> dropAfterBytes;  ///< the carrier is lost when the host has printed so much
     std::optional<std::uint64_t> silentAfterBytes;  ///< nothing that it prints after this arrives
     std::uint32_t seed = 0;
 };

@@ -17,12 +17,10 @@
 /// crash:
 ///
 /// - "N.$$i" is the journal of an index change (`IndexJournal`), made under another name and renamed when
-/// whole. While it is
-///   there its records are copied over the index, as often as need be.
+///   whole. While it is there its records are copied over the index, as often as need be.
 /// - "N.$$t" and "N.$$l" are the new text and index of a compaction. The text is made first and renamed
-/// first: both
-///   there means not yet, the index alone means that the text is replaced already and the index has to
-///   follow.
+///   first: both there means not yet, the index alone means that the text is replaced already and the index
+///   has to follow.
 ///
 /// What takes the place of something is whole, and no fewer mails can be read with it than before. Anything
 /// else is put aside (`PutAside`), with what is there left as it is, and told.

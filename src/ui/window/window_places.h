@@ -11,8 +11,7 @@ namespace postkite::ui {
 ///
 /// "MAIL WINDOW" LEFT, TOP, WIDTH and HIGH are the window's place while it is neither maximised nor minimised; "MAXEND"
 /// says that it was maximised. "MAILBOXLISTWIDTH" is the width of the folder pane in pixels, "LISTHIGH" the part of the
-/// height between list and message that the list has, in
-/// per cent; above 90, as some files have it, it is pixels.
+/// height between list and message that the list has, in per cent; above 90, as some files have it, it is pixels.
 void RestorePlace(QMainWindow& window, const core::Settings& settings);
 void KeepPlace(const QMainWindow& window, core::Settings& settings);
 
